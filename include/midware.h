@@ -1,0 +1,11 @@
+/* libmidware: the shared inventory, sensor and state records of a server's management controller.
+ *
+ * Any process may call any function. Unless a function says otherwise it takes its module's semaphore for the length of
+ * one copy and answers 0 or -1. Records are little-endian with fixed byte layouts. */
+#ifndef MIDWARE_H
+#define MIDWARE_H
+
+#include "midware/area.h"
+#include "midware/services.h"
+
+#endif
