@@ -6,6 +6,8 @@
 #define MIDWARE_H
 
 #include "midware/area.h"
+#include "midware/cpu.h"
+#include "midware/mem.h"
 #include "midware/services.h"
 
 #endif
