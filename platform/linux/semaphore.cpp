@@ -1,0 +1,237 @@
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "control.h"
+#include "files.h"
+#include "forks.h"
+#include "hov_slibc.h"
+#include "oal.h"
+#include "oal_status.h"
+#include "say.h"
+
+namespace platform {
+namespace {
+
+constexpr uint32_t kDiskLockTimeoutMs = 5000;
+
+constexpr auto kRelaxed = std::memory_order_relaxed;
+
+// One that only the holder of the lock writes.
+void Increment(std::atomic<uint32_t> &count) { count.store(count.load(kRelaxed) + 1, kRelaxed); }
+
+// Leaves this process's number where it is found should it die before it could store it as the holder's.
+inline void Enlist(Slot &slot, const Self &me) {
+    std::atomic<uint32_t> &user = slot.users[me.pid % Slot::kUsers];
+    if (user.load(kRelaxed) != me.pid) [[unlikely]]
+        user.store(me.pid, kRelaxed);
+}
+
+inline void Turn(Slot &slot, uint32_t turns) {
+    slot.turns.store(turns + 1, std::memory_order_release);
+    if (turns + 1 == 0) [[unlikely]]
+        Increment(slot.turns_high);
+}
+
+inline void BecomeHolder(Slot &slot, const Self &me) {
+    slot.pid.store(me.pid, kRelaxed);
+    slot.tid.store(me.tid, kRelaxed);
+    Turn(slot, slot.turns.load(kRelaxed));
+}
+
+bool IsHeldBy(const Slot &slot, const Self &me) {
+    return (slot.turns.load(std::memory_order_acquire) & 1) != 0 && slot.tid.load(kRelaxed) == me.tid &&
+           slot.pid.load(kRelaxed) == me.pid;
+}
+
+// Gone, or a zombie that nobody has asked for yet.
+bool IsDead(uint32_t pid) {
+    if (kill(static_cast<pid_t>(pid), 0) != 0) return errno == ESRCH;
+    char path[32];
+    snprintf(path, sizeof path, "/proc/%u/stat", pid);
+    struct stat status;
+    const Fd fd = OpenRegular(path, O_RDONLY, &status);
+    char text[128] = "";
+    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0) return false;
+    const char *name_end = strrchr(text, ')');
+    return name_end != nullptr && (name_end[2] == 'Z' || name_end[2] == 'X');
+}
+
+// Which process left the semaphore behind; 0 when that cannot be told. An odd count says that the stored
+// numbers are its own. An even one says that it ended within the few instructions between taking the mutex
+// and storing them, or between erasing them and the release.
+uint32_t FindLost(const Slot &slot) {
+    const uint32_t stored = slot.pid.load(kRelaxed);
+    if ((slot.turns.load(kRelaxed) & 1) != 0 || (stored != 0 && IsDead(stored))) return stored;
+    for (const auto &user : slot.users) {
+        const uint32_t pid = user.load(kRelaxed);
+        if (pid != 0 && IsDead(pid)) return pid;
+    }
+    return 0;
+}
+
+// The mutex is held, and its last holder ended without releasing it.
+void Recover(Slot &slot, uint32_t key) {
+    const int error = errno;
+    const uint32_t lost = FindLost(slot);
+    for (auto &user : slot.users) {
+        uint32_t pid = user.load(kRelaxed);
+        if (pid != 0 && IsDead(pid)) user.compare_exchange_strong(pid, 0, kRelaxed);
+    }
+    const uint32_t turns = slot.turns.load(kRelaxed);
+    if ((turns & 1) != 0) Turn(slot, turns);
+
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const uint64_t seconds = static_cast<uint64_t>(now.tv_sec);
+    slot.recovered_at[0].store(static_cast<uint32_t>(seconds), kRelaxed);
+    slot.recovered_at[1].store(static_cast<uint32_t>(seconds >> 32), kRelaxed);
+    slot.recovered_pid.store(lost, kRelaxed);
+    Increment(slot.recovered);
+    pthread_mutex_consistent(&slot.mutex);
+
+    char name[32];
+    snprintf(name, sizeof name, key == OAL_CUSTOM_DISK_LOCK_KEY ? "of the custom disk file" : "%u", key);
+    if (lost != 0) {
+        Say("semaphore %s recovered from process %u, which ended while holding it", name, lost);
+    } else {
+        Say("semaphore %s recovered from a process that ended while holding it", name);
+    }
+    errno = error;
+}
+
+// What follows a trylock that did not answer 0.
+__attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint32_t timeout_ms, int answer) {
+    const bool busy = answer == EBUSY;
+    if (busy) answer = timeout_ms > 0 ? LockWithin(&slot.mutex, timeout_ms) : ETIMEDOUT;
+    if (answer == 0 || answer == EOWNERDEAD) {
+        if (answer == EOWNERDEAD) Recover(slot, key);
+        BecomeHolder(slot, Me());
+        if (busy) Increment(slot.contended);
+        return 0;
+    }
+    if (answer == ETIMEDOUT) slot.timed_out.fetch_add(1, kRelaxed);
+    errno = answer;
+    return -1;
+}
+
+inline int32_t LockSlot(Slot &slot, uint32_t key, uint32_t timeout_ms) {
+    const Self &me = Me();
+    Enlist(slot, me);
+    const int answer = pthread_mutex_trylock(&slot.mutex);
+    if (answer != 0) [[unlikely]]
+        return LockBusy(slot, key, timeout_ms, answer);
+    BecomeHolder(slot, me);
+    return 0;
+}
+
+inline int32_t UnlockSlot(Slot &slot) {
+    if (!IsHeldBy(slot, Me())) [[unlikely]] {
+        errno = EPERM;
+        return -1;
+    }
+    Turn(slot, slot.turns.load(kRelaxed));
+    const int error = pthread_mutex_unlock(&slot.mutex);
+    if (error == 0) [[likely]]
+        return 0;
+    errno = error;
+    return -1;
+}
+
+__attribute__((cold, noinline)) Slot *FindCreatedFirst(uint32_t key) {
+    Control *control = MapControl(false);
+    if (control == nullptr) return nullptr;
+    Slot *slot = FindSlot(*control, key);
+    if (slot != nullptr && slot->created.load(kRelaxed) != 0) return slot;
+    errno = ENOENT;
+    return nullptr;
+}
+
+// The semaphore of `key`; NULL with errno set.
+inline Slot *FindCreated(uint32_t key) {
+    if (Control *control = MappedControl()) [[likely]] {
+        Slot *slot = FindSlot(*control, key);
+        if (slot != nullptr && slot->created.load(kRelaxed) != 0) [[likely]]
+            return slot;
+    }
+    return FindCreatedFirst(key);
+}
+
+// The lock of the custom disk slot file exists from its first use on.
+Slot *DiskSlot() {
+    Control *control = MapControl(true);
+    if (control == nullptr) return nullptr;
+    Slot &slot = control->slots[Control::kDiskSlot];
+    slot.created.store(1, kRelaxed);
+    return &slot;
+}
+
+}  // namespace
+}  // namespace platform
+
+using namespace platform;
+
+int32_t OAL_SemCreate(uint32_t key) { return CreateSlot(key) != nullptr ? 0 : -1; }
+
+int32_t OAL_SemLockByKey(uint32_t key, uint32_t timeout_ms) {
+    Slot *slot = FindCreated(key);
+    return slot != nullptr ? LockSlot(*slot, key, timeout_ms) : -1;
+}
+
+int32_t OAL_SemUnLockByKey(uint32_t key, uint32_t) {
+    Slot *slot = FindCreated(key);
+    return slot != nullptr ? UnlockSlot(*slot) : -1;
+}
+
+int32_t hov_CustomPchDiskSemLock(void) {
+    Slot *slot = DiskSlot();
+    return slot != nullptr ? LockSlot(*slot, OAL_CUSTOM_DISK_LOCK_KEY, kDiskLockTimeoutMs) : -1;
+}
+
+int32_t hov_CustomPchDiskSemUnLock(void) {
+    Slot *slot = DiskSlot();
+    return slot != nullptr ? UnlockSlot(*slot) : -1;
+}
+
+int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status) {
+    if (status == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
+    *status = {};
+    Control *control = MapControl(false);
+    if (control == nullptr) return -1;
+    const Slot *slot =
+        key == OAL_CUSTOM_DISK_LOCK_KEY ? &control->slots[Control::kDiskSlot] : FindSlot(*control, key);
+    if (slot == nullptr || slot->created.load(kRelaxed) == 0) return 0;
+
+    status->exists = 1;
+    uint32_t high;
+    uint32_t turns;
+    do {
+        high = slot->turns_high.load(std::memory_order_acquire);
+        turns = slot->turns.load(std::memory_order_acquire);
+    } while (high != slot->turns_high.load(kRelaxed));
+    status->taken = ((static_cast<uint64_t>(high) << 32) + turns + 1) / 2;
+    status->held = turns & 1;
+    status->last_pid = static_cast<int32_t>(slot->pid.load(kRelaxed));
+    status->last_tid = static_cast<int32_t>(slot->tid.load(kRelaxed));
+    if (status->held != 0) {
+        status->holder_pid = status->last_pid;
+        status->holder_tid = status->last_tid;
+    }
+    status->contended = slot->contended.load(kRelaxed);
+    status->timed_out = slot->timed_out.load(kRelaxed);
+    status->recovered = slot->recovered.load(kRelaxed);
+    status->recovered_pid = static_cast<int32_t>(slot->recovered_pid.load(kRelaxed));
+    status->recovered_at =
+        static_cast<int64_t>(static_cast<uint64_t>(slot->recovered_at[1].load(kRelaxed)) << 32 |
+                             slot->recovered_at[0].load(kRelaxed));
+    return 0;
+}
