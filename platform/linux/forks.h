@@ -30,7 +30,7 @@ struct Self {
     uint32_t tid;
 };
 
-extern thread_local Self t_self;
+extern constinit thread_local Self t_self;
 const Self &LearnSelf();
 
 inline const Self &Me() { return t_self.tid != 0 ? t_self : LearnSelf(); }
