@@ -322,7 +322,7 @@ size_t strnlen_s(const char *text, size_t max) {
         va_start(args, format);                                                 \
         const int length = vsnprintf(dest, dest_size, format, args);            \
         va_end(args);                                                           \
-        return length;                                                          \
+        return length + Now().snprintf_extra;                                   \
     }
 
 RECORD_FORMAT(snprintf_s)

@@ -38,6 +38,8 @@ struct State {
     int32_t ini_save_result = 0;
     int ini_open = 0;  // handles loaded and not closed
 
+    int snprintf_extra = 0;  // added to the length that snprintf_s answers
+
     long uptime = 4711;  // seconds, answered by sysinfo
 
     std::vector<uint32_t> held;     // keys of the semaphores taken now
