@@ -7,6 +7,7 @@
 
 #include "midware/area.h"
 #include "midware/cpu.h"
+#include "midware/fan.h"
 #include "midware/mem.h"
 #include "midware/services.h"
 
