@@ -6,6 +6,7 @@
 #define MIDWARE_H
 
 #include "midware/area.h"
+#include "midware/board.h"
 #include "midware/cpu.h"
 #include "midware/fan.h"
 #include "midware/mem.h"
