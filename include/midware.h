@@ -6,7 +6,12 @@
 #define MIDWARE_H
 
 #include "midware/area.h"
+#include "midware/board.h"
 #include "midware/cpu.h"
+#include "midware/custcard.h"
+#include "midware/fan.h"
+#include "midware/fccard.h"
+#include "midware/gpu.h"
 #include "midware/mem.h"
 #include "midware/services.h"
 
