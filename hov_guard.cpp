@@ -48,7 +48,7 @@ GuardBase::GuardBase(const Module &module, LockText text, Caller at) : module_(m
 
 void GuardBase::Release() const { OAL_SemUnLockByKey(module_.key, kLockTimeoutMs); }
 
-void *GuardBase::Reach(int64_t offset, uint64_t size) const { return ReachRecords(offset, 1, size, 0); }
+void *GuardBase::Reach(int64_t offset, uint32_t size) const { return ReachRecords(offset, 1, size, 0); }
 
 void *GuardBase::ReachRecords(int64_t offset, uint64_t count, uint32_t size, uint32_t stride) const {
     // Counts and numbers are 32 bits wide and strides below 64 KiB: nothing here wraps.

@@ -30,7 +30,7 @@ class GuardBase {
 
     // The bytes [offset, offset + size) from the start of the module's area. Numbers given by callers and counts stored
     // by them may lead into neighbouring areas; bytes outside the region are refused: NULL, and one line is logged.
-    void *Reach(int64_t offset, uint64_t size) const;
+    void *Reach(int64_t offset, uint32_t size) const;
 
     // The same for `count` records of `size` bytes, `stride` bytes apart: where the first one begins.
     void *ReachRecords(int64_t offset, uint64_t count, uint32_t size, uint32_t stride) const;
