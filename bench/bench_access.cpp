@@ -96,7 +96,7 @@ int32_t Set(size_t size) {
         case 4: return MW_SetTimeSource(1);
         case 72: return MW_SetCpuTempInfo(Record<CpuTempInfo>());
         case 824: return MW_SetMemAssetInfo(Record<MemAssetInfo>(), 1);
-        default: return MW_SetMemPhyInfo(Record<MemPhyInfo>(), 45);
+        default: return MW_SetMemDimmNuminStatusInfo(Record<MemStatusInfo>(), 1);
     }
 }
 
@@ -105,7 +105,10 @@ void Library(benchmark::State &state, Accessor accessor, size_t size) {
     // One processor, one asset record and 45 DIMMs, so that the sizes come out.
     std::memset(g_record, 0, sizeof g_record);
     CpuStatusInfo cpu{};
-    if (MW_SetCpuIndexAndSilkNumInStatusInfo(&cpu, 1) != 0 || Set(824) != 0 || Set(3960) != 0) std::abort();
+    if (MW_SetCpuIndexAndSilkNumInStatusInfo(&cpu, 1) != 0 || Set(824) != 0 ||
+        MW_SetMemPhyInfo(Record<MemPhyInfo>(), 45) != 0) {
+        std::abort();
+    }
     for (auto _ : state) {
         if (accessor(size) != 0) std::abort();
         benchmark::ClobberMemory();
