@@ -1,0 +1,75 @@
+// midware-init: the start-up program. Creates the shared area before any other process uses it.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include "area.h"
+#include "output.h"
+#include "text.h"
+
+namespace {
+
+constexpr std::string_view kProgram = "midware-init";
+
+int Say(std::string_view text, int code = tools::kDone) {
+    return tools::Print(kProgram, fmt::format("{}: {}\n", kProgram, text)) ? code : tools::kFailed;
+}
+
+int Refuse(std::string_view text) {
+    tools::Complain(kProgram, text);
+    return tools::kFailed;
+}
+
+bool IsInUse() { return tools::AreaExists() && tools::SemaphoresInPlace() == std::size(midware::kModules); }
+
+int Check() {
+    if (!tools::AreaExists()) return Refuse(tools::WhyNoArea());
+    const size_t missing = std::size(midware::kModules) - tools::SemaphoresInPlace();
+    if (missing != 0) return Refuse(fmt::format("{} of the module semaphores are missing: run midware-init", missing));
+    return Say("the shared area is in use");
+}
+
+int Initialise(bool fresh) {
+    const bool was_in_use = IsInUse();
+    if (was_in_use && !fresh) {
+        return Say("the shared area is in use: left as it is (--fresh starts afresh and discards every record)");
+    }
+    if (MW_MidWareInit() < 0) {
+        if (!tools::AreaExists()) return Refuse("the shared area could not be created: " + tools::WhyNoArea());
+        return Refuse(tools::WhyNotLocked(MW_AREA_KEY));
+    }
+    const size_t missing = std::size(midware::kModules) - tools::SemaphoresInPlace();
+    if (missing != 0) return Refuse(fmt::format("{} of the module semaphores could not be created", missing));
+    return Say(was_in_use ? "the shared area was started afresh: every record was discarded"
+                          : fmt::format("the shared area is created: {} bytes, {} semaphores", MW_AREA_SIZE,
+                                        std::size(midware::kModules)));
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    tools::PrepareStandardFiles();
+    tools::UseLocale();
+
+    bool fresh = false;
+    bool check = false;
+    CLI::App app("Creates the area that the processes of the management controller share. On one that is in use it "
+                 "does nothing.",
+                 std::string(kProgram));
+    app.set_version_flag("--version", "midware-init " MIDWARE_VERSION);
+    auto *fresh_option = app.add_flag("--fresh", fresh, "Starts afresh also when it is in use: discards every record");
+    app.add_flag("--check", check, "Changes nothing: only tells whether it is in use")->excludes(fresh_option);
+    app.footer("Exit codes: 0 the area is in place, 1 it is not, 2 wrong usage.");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success &asked) {
+        std::ostringstream text;
+        app.exit(asked, text, text);
+        return tools::Print(kProgram, tools::EndedLine(text.str())) ? tools::kDone : tools::kFailed;
+    } catch (const CLI::ParseError &error) {
+        tools::Complain(kProgram, tools::Printable(error.what()) + " (see --help)");
+        return tools::kUsage;
+    }
+    return check ? Check() : Initialise(fresh);
+}

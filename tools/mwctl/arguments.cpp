@@ -1,0 +1,68 @@
+#include "arguments.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "table.h"
+#include "text.h"
+
+namespace mwctl {
+
+CLI::Validator NumberIn(std::string what, uint64_t least, uint64_t most) {
+    return CLI::Validator(
+        [=](std::string &text) -> std::string {
+            const auto number = tools::ParseNumber(text);
+            if (number && *number >= least && *number <= most) return {};
+            return fmt::format("{} is a number from {} to {}, not '{}'", what, least, most, text);
+        },
+        fmt::format("{}-{}", least, most));
+}
+
+CLI::Validator HostName(std::string what, size_t longest) {
+    return CLI::Validator(
+        [=](std::string &text) -> std::string {
+            if (text.size() > longest) {
+                return fmt::format("{} has at most {} bytes; this one has {}", what, longest, text.size());
+            }
+            const bool plain = std::none_of(text.begin(), text.end(), [](char c) {
+                return static_cast<unsigned char>(c) <= ' ' || c == '\x7f';
+            });
+            if (plain && tools::IsUtf8(text)) return {};
+            return fmt::format("{} has no blanks and no control characters, unlike '{}'", what, text);
+        },
+        "NAME");
+}
+
+CLI::Validator CodeOf(std::string what, std::string_view path, bool any_number) {
+    const std::span<const Code> codes = FindField(path)->codes;
+    std::vector<std::string_view> names;
+    for (const Code &code : codes) names.push_back(code.name);
+    return CLI::Validator(
+        [=](std::string &text) -> std::string {
+            const auto number = tools::ParseNumber(text);
+            for (const Code &code : codes) {
+                if (text != code.name && number != code.value) continue;
+                text = std::to_string(code.value);
+                return {};
+            }
+            if (any_number && number && *number <= UINT32_MAX) return {};
+            return fmt::format("{} is {}{}, not '{}'", what, fmt::join(names, ", "), any_number ? " or a number" : "",
+                               text);
+        },
+        fmt::format("{}{}", fmt::join(names, "|"), any_number ? "|NUMBER" : ""));
+}
+
+CLI::Validator YesNo(std::string what) {
+    return CLI::Validator(
+        [=](std::string &text) -> std::string {
+            if (text != "yes" && text != "no") return fmt::format("{} is yes or no, not '{}'", what, text);
+            text = text == "yes" ? "1" : "0";
+            return {};
+        },
+        "yes|no");
+}
+
+uint32_t NumberOf(const std::string &checked) { return static_cast<uint32_t>(tools::ParseNumber(checked).value_or(0)); }
+
+}  // namespace mwctl

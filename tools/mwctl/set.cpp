@@ -1,0 +1,36 @@
+// mwctl set: changes records and settings.
+#include "area.h"
+#include "command.h"
+#include "console.h"
+#include "read.h"
+
+namespace mwctl {
+namespace {
+
+std::vector<void (*)(CLI::App &)> &Known() {
+    static std::vector<void (*)(CLI::App &)> settings;
+    return settings;
+}
+
+}  // namespace
+
+Settings::Settings(void (*add)(CLI::App &set)) { Known().push_back(add); }
+
+bool Change(const midware::Module *core, const std::function<int32_t()> &call) {
+    if (core != nullptr && !tools::AreaExists()) {
+        Fail(tools::WhyNoArea());
+        return false;
+    }
+    Listen listen(Listen::Log::kLoud);
+    if (call() >= 0) return true;
+    Fail(WhyItFailed(listen, core, core == nullptr));
+    return false;
+}
+
+void AddSet(CLI::App &app) {
+    CLI::App *set = app.add_subcommand("set", "Changes a setting");
+    set->require_subcommand(1);
+    for (const auto add : Known()) add(*set);
+}
+
+}  // namespace mwctl

@@ -1,0 +1,89 @@
+// mwctl show: reads modules and prints them.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "area.h"
+#include "command.h"
+#include "output.h"
+#include "views.h"
+
+namespace mwctl {
+namespace {
+
+struct Options {
+    std::vector<std::string> modules;
+    bool json = false;
+};
+Options options;
+
+std::string NamesOfModules() {
+    std::vector<std::string_view> names;
+    for (const Module &module : Modules()) names.push_back(module.name);
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+std::string CheckModule(const std::string &name) {
+    if (FindModule(name) != nullptr) return {};
+    return fmt::format("there is no module '{}'; there are {}", name, NamesOfModules());
+}
+
+std::vector<ModuleReading> ReadChosen() {
+    std::vector<ModuleReading> readings;
+    for (const Module &module : Modules()) {
+        const auto &chosen = options.modules;
+        if (chosen.empty() || std::find(chosen.begin(), chosen.end(), module.name) != chosen.end()) {
+            readings.push_back(Read(module));
+        }
+    }
+    return readings;
+}
+
+// What could not be read, a line each.
+std::vector<std::string> Problems(const std::vector<ModuleReading> &readings) {
+    std::vector<std::string> problems;
+    for (const ModuleReading &reading : readings) {
+        for (const Reading &record : reading.records) {
+            if (record.problem.empty()) continue;
+            problems.push_back(fmt::format("{}.{}: {}", reading.module->name, record.record->name, record.problem));
+        }
+    }
+    return problems;
+}
+
+void Show() {
+    std::vector<ModuleReading> readings;
+    std::vector<std::string> problems;
+    if (tools::AreaExists()) {
+        readings = ReadChosen();
+        problems = Problems(readings);
+    } else {
+        problems.push_back(tools::WhyNoArea());
+    }
+
+    std::string text;
+    if (options.json) {
+        nlohmann::ordered_json document = nlohmann::ordered_json::object();
+        for (const ModuleReading &reading : readings) document[std::string(reading.module->name)] = ToJson(reading);
+        if (!problems.empty()) document["errors"] = problems;
+        text = Document(document);
+    } else {
+        for (const ModuleReading &reading : readings) text += (text.empty() ? "" : "\n") + ToText(reading);
+    }
+    Finish(text);
+    for (const std::string &problem : problems) Fail(problem);
+}
+
+}  // namespace
+
+void AddShow(CLI::App &app) {
+    CLI::App *show = app.add_subcommand("show", "Reads records and prints them");
+    show->add_option("MODULE", options.modules, "What to show; everything when none is named: " + NamesOfModules())
+        ->check(CheckModule);
+    show->add_flag("--json", options.json, "One JSON document with every field under its name");
+    show->footer("A list shows the slots in use. Reserved bytes are shown when they are not zero.");
+    show->callback(Show);
+}
+
+}  // namespace mwctl

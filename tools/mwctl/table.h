@@ -1,0 +1,366 @@
+// The table of modules, records and fields: what the shared area holds, told once. Every view (text, JSON and whatever
+// comes later) walks it; reading is in read.h, printing in the views.
+//
+// A module plugs in with one source file in modules/, picked up by itself:
+//
+//     MW_RECORD(ThingInfo,                                     // a struct of the public header, all its fields in order:
+//               MW_FIELD(dwIndex, "number"),                   // a forgotten one does not compile
+//               MW_FIELD(iTemp, "temperature").Unit("C"),      // kind, offset and width follow from the struct
+//               MW_FIELD(dwMode, "mode").Codes(kModes),
+//               MW_FIELD(ucFanFailState, "fan failed").State(),
+//               MW_FIELD(aucReserved, ""));                    // "Reserved" or "Pad" in a name: shown only when not zero
+//
+//     struct ThingWords {                                      // values that have a getter each; not a stored record
+//         uint32_t dwTotalPower;
+//     };
+//     MW_RECORD(ThingWords, MW_FIELD(dwTotalPower, "total power").Unit("W").Get<MW_GetThingTotalPower>());
+//
+//     constexpr Record kRecords[] = {
+//         Words<ThingWords>("totals", "Totals"),
+//         List<ThingInfo, MW_GetThingInfo>("things", "Things", MW_THING_MAX).Used<[](const ThingInfo &thing) {
+//             return thing.dwIndex != 0; }>(),
+//         One<ThingPolicy, MW_GetThingPolicy>("policy", "Policy"),
+//         Custom<ThingView, ReadThingView>("view", "View", 16),  // int32_t ReadThingView(ThingView *slots, uint32_t &count)
+//     };
+//     const Plug plug{{"thing", "Things", &midware::kThing, kRecords}};
+//
+// Names of modules and records are what users type; the name of a field is that of the struct's member.
+#ifndef MWCTL_TABLE_H
+#define MWCTL_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "hov_midware.h"
+
+namespace mwctl {
+
+enum class Kind : uint8_t {
+    kUnsigned,
+    kSigned,
+    kFloat,
+    kText,    // ends with its first NUL or with its array
+    kBytes,   // shown in hexadecimal
+    kEvent,   // IPMI event data 1 to 3
+    kCode,    // a number of which some values have names
+    kFlags,   // a number of which some bits have names; Code::value is the mask
+    kSwitch,  // 0 no, 1 yes
+    kState,   // a sensor state: asserted unless 0
+    kRecord,  // a nested record
+};
+
+struct Code {
+    uint32_t value;
+    std::string_view name;
+};
+
+struct Layout;
+using Getter = int32_t (*)(void *value);
+
+struct Field {
+    std::string_view name{};
+    std::string_view label{};  // for people
+    uint32_t offset = 0;
+    uint32_t width = 0;       // bytes; of an array those of one element
+    uint32_t count = 0;       // elements of an array; 0 when it is none
+    Kind kind = Kind::kUnsigned;
+    bool hex = false;         // a number that is shown in hexadecimal
+    bool reserved = false;    // shown only when it is not zero
+    bool quiet_zero = false;  // a zero says nothing: not shown to people
+    bool no_value = false;    // all ones stand for no value
+    int32_t counted_by = -1;  // offset in the record of the word that counts the elements in use
+    std::string_view unit{};
+    std::span<const Code> codes{};
+    const Layout *layout = nullptr;  // of a nested record
+    Getter getter = nullptr;         // of a value that is read on its own
+
+    constexpr uint32_t size() const { return width * (count == 0 ? 1 : count); }
+
+    constexpr Field Unit(std::string_view name_of_unit) const {
+        Field field = *this;
+        field.unit = name_of_unit;
+        return field;
+    }
+    constexpr Field Codes(std::span<const Code> names) const { return With(Kind::kCode, names); }
+    constexpr Field Flags(std::span<const Code> names) const { return With(Kind::kFlags, names); }
+    constexpr Field Switch() const { return With(Kind::kSwitch, {}); }
+    constexpr Field State() const { return With(Kind::kState, {}); }
+    constexpr Field Event() const { return With(Kind::kEvent, {}); }
+    constexpr Field Hex() const {
+        Field field = *this;
+        field.hex = true;
+        return field;
+    }
+    constexpr Field Reserved() const {
+        Field field = *this;
+        field.reserved = true;
+        return field;
+    }
+    constexpr Field QuietZero() const {
+        Field field = *this;
+        field.quiet_zero = true;
+        return field;
+    }
+    constexpr Field NoValue() const {
+        Field field = *this;
+        field.no_value = true;
+        return field;
+    }
+    // Bytes that are numbers, one each.
+    constexpr Field Numbers() const {
+        Field field = *this;
+        field.kind = Kind::kUnsigned;
+        field.count = size();
+        field.width = 1;
+        return field;
+    }
+    // Bytes that hold a text.
+    constexpr Field Text() const { return With(Kind::kText, {}); }
+    // Only as many elements are in use as the 32-bit word at this offset of the record says.
+    constexpr Field CountedBy(size_t offset_of_word) const {
+        Field field = *this;
+        field.counted_by = static_cast<int32_t>(offset_of_word);
+        return field;
+    }
+    // The exported function that reads this value.
+    template <auto function>
+    constexpr Field Get() const;
+
+ private:
+    constexpr Field With(Kind kind_of_it, std::span<const Code> names) const {
+        Field field = *this;
+        field.kind = kind_of_it;
+        field.codes = names;
+        return field;
+    }
+};
+
+struct Layout {
+    std::string_view name;
+    uint32_t size;
+    std::span<const Field> fields;
+};
+
+// Specialised by MW_RECORD.
+template <class T>
+struct Described;
+
+template <class T>
+inline constexpr Layout kLayout{Described<T>::kName, sizeof(T), Described<T>::kFields};
+
+namespace detail {
+
+template <class T>
+constexpr void SetKind(Field &field) {
+    field.width = sizeof(T);
+    if constexpr (std::is_class_v<T>) {
+        field.kind = Kind::kRecord;
+        field.layout = &kLayout<T>;
+    } else if constexpr (std::is_floating_point_v<T>) {
+        field.kind = Kind::kFloat;
+    } else if constexpr (std::is_same_v<T, char>) {
+        field.kind = Kind::kText;
+    } else {
+        static_assert(std::is_integral_v<T> || std::is_enum_v<T>);
+        field.kind = std::is_signed_v<T> ? Kind::kSigned : Kind::kUnsigned;
+    }
+}
+
+template <class T>
+constexpr Field MakeField(std::string_view name, size_t offset, std::string_view label) {
+    using Element = std::remove_all_extents_t<T>;
+    constexpr bool runs = std::is_same_v<Element, char> || std::is_same_v<Element, unsigned char>;
+    Field field{.name = name, .label = label, .offset = static_cast<uint32_t>(offset)};
+    SetKind<Element>(field);
+    if constexpr (std::is_array_v<T> && runs) {  // the last dimension is one text, or one row of bytes
+        constexpr size_t last = std::extent_v<T, std::rank_v<T> - 1>;
+        if (field.kind == Kind::kUnsigned) field.kind = Kind::kBytes;
+        field.width = last;
+        field.count = std::rank_v<T> == 1 ? 0 : sizeof(T) / last;
+    } else if constexpr (std::is_array_v<T>) {
+        field.count = sizeof(T) / sizeof(Element);
+    }
+    field.reserved = name.find("Reserved") != name.npos || name.find("Pad") != name.npos;
+    return field;
+}
+
+// True when the fields follow one another without a gap and end with the record.
+constexpr bool FieldsCover(std::span<const Field> fields, uint32_t size) {
+    uint32_t next = 0;
+    for (const Field &field : fields) {
+        if (field.offset != next) return false;
+        next += field.size();
+    }
+    return next == size;
+}
+
+template <class T>
+struct FirstParameter;
+template <class R, class First, class... More>
+struct FirstParameter<R (*)(First, More...)> {
+    using type = First;
+};
+
+}  // namespace detail
+
+// Bytes of a struct that have no name.
+constexpr Field Gap(uint32_t offset, uint32_t size) {
+    return {.offset = offset, .width = size, .kind = Kind::kBytes, .reserved = true};
+}
+
+#define MW_FIELD(member, label) \
+    ::mwctl::detail::MakeField<decltype(Self::member)>(#member, offsetof(Self, member), label)
+
+// To be used in namespace mwctl.
+#define MW_RECORD(type, ...)                                                   \
+    template <>                                                                \
+    struct Described<type> {                                                   \
+        using Self = type;                                                     \
+        static constexpr std::string_view kName = #type;                       \
+        static constexpr Field kFields[] = {__VA_ARGS__};                      \
+    };                                                                         \
+    static_assert(detail::FieldsCover(Described<type>::kFields, sizeof(type)), \
+                  "the fields of " #type " are not all there, in order")
+
+template <auto function>
+constexpr Field Field::Get() const {
+    using Value = std::remove_pointer_t<typename detail::FirstParameter<decltype(function)>::type>;
+    Field field = *this;
+    field.getter = [](void *value) -> int32_t {
+        Value read{};
+        const int32_t result = function(&read);
+        if (result >= 0) std::memcpy(value, &read, sizeof read);
+        return result;
+    };
+    // The values in the table are constants: a wrong width does not compile.
+    return sizeof(Value) == width ? field : throw "the function reads a value of another width";
+}
+
+// A computed line about a slot, such as a sum or a state in words.
+struct Note {
+    std::string name;   // in JSON
+    std::string label;  // for people
+    std::string text;
+};
+
+struct Record {
+    std::string_view name;
+    std::string_view label;
+    const Layout *layout;
+    uint32_t capacity;  // how many slots there are; 0: this is no list
+    // Fills `slots`, which are zero and have room for the whole area, and says how many are in use.
+    int32_t (*read)(void *slots, uint32_t &count);
+    bool (*used)(const void *slot) = nullptr;  // whether a slot is shown
+    void (*notes)(const void *slot, std::vector<Note> &notes) = nullptr;
+    std::string_view slot_label = "slot";
+    uint32_t first_number = 0;                // what the first slot is called
+    const midware::Module *core = nullptr;    // whose semaphore is taken, where it is not the module's
+    bool no_area = false;                     // read from a file
+};
+
+template <class T>
+struct RecordOf : Record {
+    template <auto is_used>
+    constexpr RecordOf Used() const {
+        RecordOf record = *this;
+        record.used = [](const void *slot) -> bool { return is_used(*static_cast<const T *>(slot)); };
+        return record;
+    }
+    // Adds computed lines: a function of (const T &, std::vector<Note> &).
+    template <auto add>
+    constexpr RecordOf Notes() const {
+        RecordOf record = *this;
+        record.notes = [](const void *slot, std::vector<Note> &lines) { add(*static_cast<const T *>(slot), lines); };
+        return record;
+    }
+    constexpr RecordOf Numbered(std::string_view label_of_slot, uint32_t first) const {
+        RecordOf record = *this;
+        record.slot_label = label_of_slot;
+        record.first_number = first;
+        return record;
+    }
+    constexpr RecordOf Under(const midware::Module &module) const {
+        RecordOf record = *this;
+        record.core = &module;
+        return record;
+    }
+    constexpr RecordOf FromFile() const {
+        RecordOf record = *this;
+        record.no_area = true;
+        return record;
+    }
+};
+
+// One record, read whole by `function`(record).
+template <class T, auto function>
+constexpr RecordOf<T> One(std::string_view name, std::string_view label) {
+    return {{name, label, &kLayout<T>, 0, [](void *slots, uint32_t &count) -> int32_t {
+                 using Pointer = typename detail::FirstParameter<decltype(function)>::type;
+                 count = 1;
+                 return function(static_cast<Pointer>(slots));
+             }}};
+}
+
+// A list, read whole by `function`(records, count).
+template <class T, auto function>
+constexpr RecordOf<T> List(std::string_view name, std::string_view label, uint32_t capacity) {
+    return {{name, label, &kLayout<T>, capacity, [](void *slots, uint32_t &count) -> int32_t {
+                 using Pointer = typename detail::FirstParameter<decltype(function)>::type;
+                 return function(static_cast<Pointer>(slots), &count);
+             }}};
+}
+
+// Values that are read one by one: the fields of T that have a getter; others are not shown.
+template <class T>
+constexpr RecordOf<T> Words(std::string_view name, std::string_view label) {
+    return {{name, label, &kLayout<T>, 0, [](void *slots, uint32_t &count) -> int32_t {
+                 count = 1;
+                 for (const Field &field : Described<T>::kFields) {
+                     if (field.getter == nullptr) continue;
+                     const int32_t result = field.getter(static_cast<char *>(slots) + field.offset);
+                     if (result < 0) return result;
+                 }
+                 return 0;
+             }}};
+}
+
+// Whatever else: `read`(T *slots, uint32_t &count) fills at most `capacity` slots; with a capacity of 0 it fills one.
+template <class T, auto fill>
+constexpr RecordOf<T> Custom(std::string_view name, std::string_view label, uint32_t capacity) {
+    return {{name, label, &kLayout<T>, capacity, [](void *slots, uint32_t &count) -> int32_t {
+                 count = 1;
+                 return fill(static_cast<T *>(slots), count);
+             }}};
+}
+
+struct Module {
+    std::string_view name;
+    std::string_view label;
+    const midware::Module *core;  // whose semaphore its records are read under; NULL when they differ
+    std::span<const Record> records;
+};
+
+// Makes a module known.
+struct Plug {
+    explicit Plug(const Module &module);
+};
+
+// All that are known, in the order in which they are shown.
+const std::vector<Module> &Modules();
+const Module *FindModule(std::string_view name);
+
+// The field MODULE.RECORD.FIELD, of a nested record MODULE.RECORD.FIELD.FIELD and so on; NULL when there is none.
+const Field *FindField(std::string_view path);
+
+// True when only the fields with a getter of their own are shown.
+bool ReadsFieldByField(const Layout &layout);
+
+}  // namespace mwctl
+
+#endif

@@ -1,0 +1,281 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "text.h"
+#include "value.h"
+#include "views.h"
+
+namespace mwctl {
+namespace {
+
+constexpr size_t kPageWidth = 79;
+constexpr size_t kIndent = 2;
+
+struct Line {
+    std::string label;
+    std::string value;
+    enum class Form : uint8_t { kText, kNumber, kWords } form = Form::kText;  // words in a row may be wrapped
+};
+
+// What is shown of one record: its plain fields, then what is nested in it.
+struct Block {
+    std::vector<Line> lines;
+    struct Nested {
+        std::string heading;
+        std::string slot_label;         // of a list; empty for a single record
+        std::vector<uint32_t> numbers;  // of the blocks
+        std::vector<Block> blocks;
+    };
+    std::vector<Nested> nested;
+};
+
+std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
+    const uint64_t value = UnsignedAt(field, bytes, index);
+    if (field.quiet_zero && value == 0 && field.kind != Kind::kFloat) return {};
+    if (HasNoValue(field, bytes, index)) return "no value";
+    const auto number = [&] {
+        return field.hex ? fmt::format("0x{:0{}x}", value, 2 * field.width) : fmt::format("{}", value);
+    };
+    std::string text;
+    switch (field.kind) {
+        case Kind::kUnsigned: text = number(); break;
+        case Kind::kSigned: text = fmt::format("{}", SignedAt(field, bytes, index)); break;
+        case Kind::kFloat: text = fmt::format("{:.6g}", FloatAt(field, bytes, index)); break;
+        case Kind::kText: return tools::Printable(TextAt(field, bytes, index));
+        case Kind::kBytes:
+            return IsZero(ElementAt(field, bytes, index), field.width) ? "" : HexAt(field, bytes, index, " ");
+        case Kind::kEvent: return HexAt(field, bytes, index, " ");
+        case Kind::kCode: {
+            const std::string_view name = CodeName(field, value);
+            return name.empty() ? number() : fmt::format("{} ({})", name, number());
+        }
+        case Kind::kFlags: {
+            const std::vector<std::string> names = FlagNames(field, value);
+            return names.empty() ? fmt::format("0x{:x}", value)
+                                 : fmt::format("{} (0x{:x})", fmt::join(names, ", "), value);
+        }
+        case Kind::kSwitch:
+        case Kind::kState: return value == 0 ? "no" : value == 1 ? "yes" : number();
+        case Kind::kRecord: break;
+    }
+    return field.unit.empty() ? text : fmt::format("{} {}", text, field.unit);
+}
+
+std::string AssertedStates(const Layout &layout, const std::byte *bytes) {
+    std::vector<std::string> names;
+    for (const Field &field : layout.fields) {
+        if (field.kind != Kind::kState || field.count != 0) continue;
+        const uint64_t value = UnsignedAt(field, bytes);
+        if (value == 1) names.emplace_back(field.label);
+        if (value > 1) names.push_back(fmt::format("{} ({})", field.label, value));
+    }
+    return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
+}
+
+void AddArray(const Field &field, const std::byte *bytes, Block &block) {
+    const uint32_t used = ElementsInUse(field, bytes);
+    const bool numbered = field.kind == Kind::kText || field.kind == Kind::kBytes || field.kind == Kind::kEvent;
+    std::vector<std::string> elements;
+    for (uint32_t i = 0; i < used; ++i) {
+        std::string shown = Shown(field, bytes, i);
+        if (numbered) {
+            block.lines.push_back({fmt::format("{} {}", field.label, i + 1), std::move(shown)});
+        } else {
+            elements.push_back(std::move(shown));
+        }
+    }
+    const bool quiet = field.quiet_zero && IsZero(field, bytes);
+    if (!numbered) {
+        block.lines.push_back({std::string(field.label), quiet ? "" : fmt::format("{}", fmt::join(elements, " ")), Line::Form::kWords});
+    }
+}
+
+Line::Form FormOf(const Field &field) {
+    switch (field.kind) {
+        case Kind::kUnsigned:
+        case Kind::kSigned:
+        case Kind::kFloat: return Line::Form::kNumber;
+        case Kind::kBytes:
+        case Kind::kFlags: return Line::Form::kWords;
+        default: return Line::Form::kText;
+    }
+}
+
+Block BlockOf(const Layout &layout, const std::byte *bytes) {
+    Block block;
+    bool states_shown = false;
+    for (const Field &field : layout.fields) {
+        if (!IsShown(layout, field, bytes)) continue;
+        if (field.kind == Kind::kRecord) {
+            Block::Nested nested{std::string(field.label), field.count == 0 ? "" : std::string(field.label), {}, {}};
+            const uint32_t used = field.count == 0 ? 1 : ElementsInUse(field, bytes);
+            for (uint32_t i = 0; i < used; ++i) {
+                const std::byte *element = ElementAt(field, bytes, i);
+                if (field.count != 0 && field.counted_by < 0 && IsZero(element, field.width)) continue;
+                nested.numbers.push_back(i + 1);
+                nested.blocks.push_back(BlockOf(*field.layout, element));
+            }
+            if (!nested.blocks.empty()) block.nested.push_back(std::move(nested));
+        } else if (field.kind == Kind::kState && field.count == 0) {
+            if (!states_shown) block.lines.push_back({"asserted", AssertedStates(layout, bytes), Line::Form::kWords});
+            states_shown = true;
+        } else if (field.reserved) {
+            Field raw = field;
+            raw.width = field.size();
+            block.lines.push_back({fmt::format("reserved at {}", field.offset), HexAt(raw, bytes, 0, " "), Line::Form::kWords});
+        } else if (field.count != 0) {
+            AddArray(field, bytes, block);
+        } else {
+            block.lines.push_back({std::string(field.label), Shown(field, bytes, 0), FormOf(field)});
+        }
+    }
+    return block;
+}
+
+// Appends the value, in more than one line where it is words in a row that do not fit.
+void AppendValue(std::string &out, const Line &line, size_t column) {
+    std::string_view rest = line.value;
+    const size_t room = kPageWidth - std::min(column, kPageWidth - 20);
+    while (line.form == Line::Form::kWords && rest.size() > room) {
+        const size_t blank = rest.rfind(' ', room);
+        if (blank == rest.npos || blank == 0) break;
+        out += rest.substr(0, blank);
+        out += '\n' + std::string(column, ' ');
+        rest.remove_prefix(blank + 1);
+    }
+    out += rest;
+    out += '\n';
+}
+
+void AppendBlock(std::string &out, const Block &block, size_t indent);
+
+struct Column {
+    std::string head;
+    bool numbers;  // shown to the right
+    std::vector<std::string> cells;
+
+    bool IsEmpty() const {
+        return std::all_of(cells.begin(), cells.end(), [](const std::string &cell) { return cell.empty(); });
+    }
+    size_t Width() const {
+        size_t width = tools::Columns(head);
+        for (const std::string &cell : cells) width = std::max(width, tools::Columns(cell));
+        return width;
+    }
+};
+
+// One column a label, in the order in which they first come up.
+std::vector<Column> ColumnsOf(const std::string &slot_label, const std::vector<uint32_t> &numbers,
+                              const std::vector<Block> &blocks) {
+    std::vector<Column> columns{{slot_label, true, {}}};
+    for (uint32_t number : numbers) columns[0].cells.push_back(fmt::format("{}", number));
+    for (size_t slot = 0; slot < blocks.size(); ++slot) {
+        for (const Line &line : blocks[slot].lines) {
+            auto column = std::find_if(columns.begin() + 1, columns.end(),
+                                       [&](const Column &known) { return known.head == line.label; });
+            if (column == columns.end()) {
+                column = columns.insert(columns.end(), {line.label, line.form == Line::Form::kNumber,
+                                                        std::vector<std::string>(blocks.size())});
+            }
+            column->cells[slot] = line.value;
+        }
+    }
+    std::erase_if(columns, [](const Column &column) { return column.IsEmpty(); });
+    return columns;
+}
+
+// Slots as a table, a line each. False when they do not fit into one.
+bool AppendTable(std::string &out, const std::string &slot_label, const std::vector<uint32_t> &numbers,
+                 const std::vector<Block> &blocks, size_t indent) {
+    if (std::any_of(blocks.begin(), blocks.end(), [](const Block &block) { return !block.nested.empty(); })) return false;
+
+    std::vector<std::string> rows(blocks.size() + 1, std::string(indent, ' '));
+    size_t total = indent;
+    for (const Column &column : ColumnsOf(slot_label, numbers, blocks)) {
+        const size_t width = column.Width();
+        total += width + kIndent;
+        for (size_t row = 0; row < rows.size(); ++row) {
+            std::string cell = row == 0 ? column.head : column.cells[row - 1];
+            if (cell.empty()) cell = "-";
+            const std::string pad(width - tools::Columns(cell), ' ');
+            rows[row] += (column.numbers ? pad + cell : cell + pad) + "  ";
+        }
+    }
+    if (total - kIndent > kPageWidth) return false;
+    for (std::string &row : rows) {
+        row.erase(row.find_last_not_of(' ') + 1);
+        out += row + '\n';
+    }
+    return true;
+}
+
+void AppendList(std::string &out, const std::string &slot_label, const std::vector<uint32_t> &numbers,
+                const std::vector<Block> &blocks, size_t indent) {
+    if (AppendTable(out, slot_label, numbers, blocks, indent)) return;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        out += fmt::format("{:{}}{} {}\n", "", indent, slot_label, numbers[i]);
+        AppendBlock(out, blocks[i], indent + kIndent);
+    }
+}
+
+void AppendBlock(std::string &out, const Block &block, size_t indent) {
+    size_t width = 0;
+    for (const Line &line : block.lines) {
+        if (!line.value.empty()) width = std::max(width, tools::Columns(line.label));
+    }
+    for (const Line &line : block.lines) {
+        if (line.value.empty()) continue;
+        out += fmt::format("{:{}}{}{:{}}", "", indent, line.label, "", width - tools::Columns(line.label) + kIndent);
+        AppendValue(out, line, indent + width + kIndent);
+    }
+    for (const Block::Nested &nested : block.nested) {
+        if (nested.slot_label.empty()) {
+            out += fmt::format("{:{}}{}\n", "", indent, nested.heading);
+            AppendBlock(out, nested.blocks.front(), indent + kIndent);
+            continue;
+        }
+        AppendList(out, nested.slot_label, nested.numbers, nested.blocks, indent);
+    }
+}
+
+void AppendRecord(std::string &out, const Reading &reading) {
+    const Record &record = *reading.record;
+    out += fmt::format("{:{}}{} ({})\n", "", kIndent, record.label, record.name);
+    constexpr size_t indent = 2 * kIndent;
+    if (!reading.problem.empty()) {
+        out += fmt::format("{:{}}could not be read\n", "", indent);
+        return;
+    }
+    std::vector<uint32_t> numbers;
+    std::vector<Block> blocks;
+    for (const Slot &slot : reading.slots) {
+        numbers.push_back(slot.number);
+        blocks.push_back(BlockOf(*record.layout, slot.bytes));
+        std::vector<Note> notes;
+        if (record.notes != nullptr) record.notes(slot.bytes, notes);
+        for (const Note &note : notes) blocks.back().lines.push_back({note.label, tools::Printable(note.text)});
+    }
+    if (blocks.empty()) {
+        out += fmt::format("{:{}}none\n", "", indent);
+    } else if (record.capacity == 0) {
+        AppendBlock(out, blocks.front(), indent);
+    } else {
+        AppendList(out, std::string(record.slot_label), numbers, blocks, indent);
+    }
+    if (record.capacity != 0 && reading.count > record.capacity) {
+        out += fmt::format("{:{}}the stored count is {}, more than the {} that there can be\n", "", indent, reading.count,
+                           record.capacity);
+    }
+}
+
+}  // namespace
+
+std::string ToText(const ModuleReading &reading) {
+    std::string out = fmt::format("{} ({})\n", reading.module->label, reading.module->name);
+    for (const Reading &record : reading.records) AppendRecord(out, record);
+    return out;
+}
+
+}  // namespace mwctl

@@ -1,0 +1,92 @@
+#include "value.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "text.h"
+
+namespace mwctl {
+
+const std::byte *ElementAt(const Field &field, const std::byte *bytes, uint32_t index) {
+    return bytes + field.offset + size_t{index} * field.width;
+}
+
+// The records are little-endian, and so is every machine that shares them.
+uint64_t UnsignedAt(const Field &field, const std::byte *bytes, uint32_t index) {
+    uint64_t value = 0;
+    std::memcpy(&value, ElementAt(field, bytes, index), std::min<size_t>(field.width, sizeof value));
+    return value;
+}
+
+int64_t SignedAt(const Field &field, const std::byte *bytes, uint32_t index) {
+    const uint64_t value = UnsignedAt(field, bytes, index);
+    switch (field.width) {
+        case 1: return static_cast<int8_t>(value);
+        case 2: return static_cast<int16_t>(value);
+        case 4: return static_cast<int32_t>(value);
+        default: return static_cast<int64_t>(value);
+    }
+}
+
+double FloatAt(const Field &field, const std::byte *bytes, uint32_t index) {
+    if (field.width == sizeof(double)) {
+        double value;
+        std::memcpy(&value, ElementAt(field, bytes, index), sizeof value);
+        return value;
+    }
+    float value;
+    std::memcpy(&value, ElementAt(field, bytes, index), sizeof value);
+    return value;
+}
+
+std::string_view TextAt(const Field &field, const std::byte *bytes, uint32_t index) {
+    return tools::ArrayText(ElementAt(field, bytes, index), field.width);
+}
+
+std::string HexAt(const Field &field, const std::byte *bytes, uint32_t index, const char *between) {
+    const auto *first = reinterpret_cast<const uint8_t *>(ElementAt(field, bytes, index));
+    return fmt::format("{:02x}", fmt::join(first, first + field.width, between));
+}
+
+bool IsZero(const std::byte *bytes, size_t size) {
+    return std::all_of(bytes, bytes + size, [](std::byte b) { return b == std::byte{0}; });
+}
+
+bool IsZero(const Field &field, const std::byte *bytes) { return IsZero(bytes + field.offset, field.size()); }
+
+bool HasNoValue(const Field &field, const std::byte *bytes, uint32_t index) {
+    return field.no_value && UnsignedAt(field, bytes, index) == ~uint64_t{0} >> (64 - 8 * field.width);
+}
+
+bool IsShown(const Layout &layout, const Field &field, const std::byte *bytes) {
+    if (field.getter == nullptr && ReadsFieldByField(layout)) return false;
+    return !field.reserved || !IsZero(field, bytes);
+}
+
+uint32_t ElementsInUse(const Field &field, const std::byte *bytes) {
+    if (field.counted_by >= 0) {
+        uint32_t count;
+        std::memcpy(&count, bytes + field.counted_by, sizeof count);
+        return std::min(count, field.count);
+    }
+    if (field.kind != Kind::kRecord && field.kind != Kind::kEvent) return field.count;
+    uint32_t used = field.count;  // of records those up to the last one with a content
+    while (used > 0 && IsZero(ElementAt(field, bytes, used - 1), field.width)) --used;
+    return used;
+}
+
+std::string_view CodeName(const Field &field, uint64_t value) {
+    const auto found = std::find_if(field.codes.begin(), field.codes.end(), [&](const Code &c) { return c.value == value; });
+    return found == field.codes.end() ? std::string_view() : found->name;
+}
+
+std::vector<std::string> FlagNames(const Field &field, uint64_t value) {
+    std::vector<std::string> names;
+    for (const Code &code : field.codes) {
+        if ((value & code.value) != 0) names.emplace_back(code.name);
+    }
+    return names;
+}
+
+}  // namespace mwctl

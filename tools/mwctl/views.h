@@ -1,0 +1,24 @@
+// The views of what was read.
+#ifndef MWCTL_VIEWS_H
+#define MWCTL_VIEWS_H
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "read.h"
+
+namespace mwctl {
+
+// For people: aligned lines and tables, empty texts and empty reserved bytes left out. What came from the records is
+// escaped.
+std::string ToText(const ModuleReading &reading);
+
+// Every named field under its name; reserved bytes only when they are not zero. What a record's numbers mean, as far as
+// it is known, stands beside them under "decoded"; a list has the slots in use. A record that could not be read is null.
+nlohmann::ordered_json ToJson(const ModuleReading &reading);
+
+// A document as text: ASCII alone, whatever the records' texts hold.
+std::string Document(const nlohmann::ordered_json &json);
+
+}  // namespace mwctl
+
+#endif
