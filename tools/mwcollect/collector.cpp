@@ -34,13 +34,26 @@ bool Writer::Wrote(std::string_view what, size_t count, int32_t result)
         return false;
     }
     written_ += count;
-    if (verbose_) fmt::print("{}: {} {}\n", collector_, count, what);
+    const auto known = std::find_if(counts_.begin(), counts_.end(), [&](const auto &one) { return one.first == what; });
+    if (known != counts_.end()) {
+        known->second += count;
+    } else {
+        counts_.emplace_back(what, count);
+    }
     return true;
 }
 
-void Writer::Remark(std::string_view text) const
+void Writer::Remark(std::string_view text) { remarks_.emplace_back(text); }
+
+void Writer::End()
 {
-    if (verbose_) fmt::print("{}: {}\n", collector_, text);
+    if (verbose_) {
+        for (const auto &[what, count] : counts_) fmt::print("{}: {}: {}\n", collector_, what, count);
+        for (const std::string &remark : remarks_) fmt::print("{}: {}\n", collector_, remark);
+        if (counts_.empty() && remarks_.empty()) fmt::print("{}: nothing\n", collector_);
+    }
+    counts_.clear();
+    remarks_.clear();
 }
 
 }  // namespace collect

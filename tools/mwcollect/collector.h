@@ -9,7 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host.h"
@@ -22,13 +24,14 @@ class Writer {
     Writer(Log &log, bool verbose) : log_(log), verbose_(verbose) {}
 
     void Begin(std::string_view collector) { collector_ = collector; }
+    void End();  // prints, where wanted, what was written since Begin
 
     // Notes the result of an MW_Set function: count records called what ("processor assets"). Answers whether they
     // were written.
     bool Wrote(std::string_view what, size_t count, int32_t result);
 
     // A remark for --verbose only.
-    void Remark(std::string_view text) const;
+    void Remark(std::string_view text);
 
     size_t Written() const { return written_; }
     size_t Failed() const { return failed_; }
@@ -37,6 +40,8 @@ class Writer {
     Log &log_;
     bool verbose_;
     std::string_view collector_;
+    std::vector<std::pair<std::string, size_t>> counts_;  // since Begin, in the order in which they came
+    std::vector<std::string> remarks_;
     size_t written_ = 0;
     size_t failed_ = 0;
 };

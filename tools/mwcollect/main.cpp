@@ -53,9 +53,10 @@ size_t Round(std::vector<Running> &running, const Host &host, Log &log, bool ver
     for (Running &one : running) {
         writer.Begin(one.type->name);
         one.collector->Collect(host, writer);
+        writer.End();
     }
     if (verbose) {
-        fmt::print("{} records written, {} refused\n", writer.Written(), writer.Failed());
+        fmt::print("written: {}, refused: {}\n", writer.Written(), writer.Failed());
         std::fflush(stdout);
     }
     return writer.Written();

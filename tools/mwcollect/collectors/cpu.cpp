@@ -355,7 +355,7 @@ class CpuCollector : public Collector {
         WriteTemperatures(records.packages, writer);
         for (uint32_t i = 0; i < count; ++i) {
             if (const uint32_t mhz = records.packages[i].frequency) {
-                writer.Wrote("processor frequency", 1, MW_SetCpuFrequency(mhz, assets[i].dwCpuId));
+                writer.Wrote("processor frequencies", 1, MW_SetCpuFrequency(mhz, assets[i].dwCpuId));
             }
         }
     }
@@ -382,11 +382,11 @@ class CpuCollector : public Collector {
         for (uint32_t i = 0; i < packages.size(); ++i) {
             if (packages[i].temperature.current) {
                 const CpuTempInfo info = ToTempInfo(packages[i], i);
-                written_[i] = writer.Wrote("processor temperature", 1,
+                written_[i] = writer.Wrote("processor temperatures", 1,
                                            written_[i] ? MW_SetCpuCurrentTemp(i, info.iCurTemp) : MW_SetCpuTempInfo(&info));
             } else if (written_[i]) {
                 // The sensor is gone: 0 marks the last reading as none.
-                writer.Wrote("lost processor temperature", 1, MW_SetCpuCurrentTemp(i, 0));
+                writer.Wrote("lost processor temperatures", 1, MW_SetCpuCurrentTemp(i, 0));
                 written_[i] = false;
             }
         }

@@ -351,13 +351,13 @@ class MemoryCollector : public Collector {
             // The whole record, which brings the limit along, is addressed by its slot; the reading alone by number.
             if (!written_[slot]) {
                 const MemTempInfo info = ToTempInfo(device, slot);
-                writer.Wrote("memory temperature limit", 1, MW_SetMemTempInfo(&info));
+                writer.Wrote("memory temperature limits", 1, MW_SetMemTempInfo(&info));
             }
             written_[slot] =
-                writer.Wrote("memory temperature", 1, MW_SetMemCurrentTemp(number, *device.temperature, 0, 0));
+                writer.Wrote("memory temperatures", 1, MW_SetMemCurrentTemp(number, *device.temperature, 0, 0));
         } else if (written_[slot]) {
             // The sensor is gone: 0 marks the last reading as none.
-            writer.Wrote("lost memory temperature", 1, MW_SetMemCurrentTemp(number, 0, 0, 0));
+            writer.Wrote("lost memory temperatures", 1, MW_SetMemCurrentTemp(number, 0, 0, 0));
             written_[slot] = false;
         }
     }
@@ -371,12 +371,12 @@ class MemoryCollector : public Collector {
         const MemoryErrors &now = *device.errors;
         // The record's count is a byte: it stays at its end rather than start again.
         const auto shown = static_cast<uint32_t>(std::min<uint64_t>(now.correctable, 255));
-        bool good = writer.Wrote("correctable error count", 1, MW_SetMemCorrectECCCnt(number, shown));
+        bool good = writer.Wrote("correctable error counts", 1, MW_SetMemCorrectECCCnt(number, shown));
         if (now.correctable > before.correctable) {
-            good = writer.Wrote("correctable error state", 1, MW_SetMemCorrectECCState(number, 1)) && good;
+            good = writer.Wrote("correctable error states", 1, MW_SetMemCorrectECCState(number, 1)) && good;
         }
         if (now.uncorrectable > before.uncorrectable) {
-            good = writer.Wrote("uncorrectable error state", 1, MW_SetMemUnCorrectECCState(number, 1)) && good;
+            good = writer.Wrote("uncorrectable error states", 1, MW_SetMemUnCorrectECCState(number, 1)) && good;
         }
         if (good) errors_[slot] = now;
     }

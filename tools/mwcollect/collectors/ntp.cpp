@@ -134,7 +134,7 @@ class NtpCollector : public Collector {
             char name[MW_NTP_SERVER_NAME_SIZE];
             Fill(name, i < servers.names.size() ? servers.names[i] : std::string());
             if (std::memcmp(name, info.acNtpServerName[i], sizeof(name)) == 0) continue;
-            good = writer.Wrote("NTP server name", 1, MW_SetNtpServerName(i + 1, name)) && good;
+            good = writer.Wrote("NTP server names", 1, MW_SetNtpServerName(i + 1, name)) && good;
             std::memcpy(info.acNtpServerName[i], name, sizeof(name));
         }
         info.dwTimeSource = MW_TIME_SOURCE_NTP;
