@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "cpu/hov_midcpu.h"
 #include "dbgout.h"
 #include "hov_guard.h"
 #include "hov_table.h"
@@ -96,11 +97,9 @@ bool AnyType(const PcieAssetInfo &) { return true; }
 
 // The slots from here on are not shown to upper interfaces. The processor area is looked at as it stands, without its
 // semaphore: nothing is nested for three characters that change once in a start-up.
-uint32_t SlotLimit(const void *cpu_area) {
-    constexpr size_t kAssetNum = 4;
-    constexpr size_t kFirstManufacturer = 2424 + 4;
-    const char *cpu = static_cast<const char *>(cpu_area);
-    return Load<uint32_t>(cpu + kAssetNum) != 0 && strncmp(cpu + kFirstManufacturer, "AMD", 3) == 0 ? 20 : 100;
+uint32_t SlotLimit(const CpuArea &cpu) {
+    const bool few = cpu.dwCpuAssetNum != 0 && strncmp(cpu.atCpuAssetInfo[0].acManufacturer, "AMD", 3) == 0;
+    return few ? 20 : 100;
 }
 
 // The three that follow serve the build of OCP records, which may run without a guard on the table.
@@ -371,11 +370,11 @@ int32_t MW_GetPcieAssetInfoForUpperInterface(PcieAssetInfo *ptOut, uint32_t *pdw
     if (ptOut == nullptr) return kFail;
     PcieGuard area;
     if (!area) return kFail;
-    const void *cpu = PointerOf(kCpu);
+    const auto *cpu = static_cast<const CpuArea *>(PointerOf(kCpu));
     Table<PcieAssetInfo> records = RecordsOf(area);
     if (cpu == nullptr || !records.Whole()) return kFail;
 
-    const uint32_t limit = SlotLimit(cpu);
+    const uint32_t limit = SlotLimit(*cpu);
     uint32_t n = 0;
     while (const PcieAssetInfo *record = records.Next()) {
         if (record->ucSlot == 0 || record->ucSlot >= limit) continue;
