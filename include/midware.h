@@ -13,6 +13,8 @@
 #include "midware/fccard.h"
 #include "midware/gpu.h"
 #include "midware/mem.h"
+#include "midware/netcard.h"
+#include "midware/pcie.h"
 #include "midware/services.h"
 
 #endif
