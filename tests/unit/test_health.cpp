@@ -1,172 +1,211 @@
-// The healthy-status table, through the fans' instance of it.
+// The healthy-status tables of memory, processors and fans: one value for each instance, one for the whole component.
+#include "cpu_test.h"
 #include "fan_test.h"
+#include "mem_test.h"
 
 namespace {
 
-constexpr size_t kTotal = 17768;
+struct HealthTable {
+    const char *module_name;
+    const ModuleFacts *module;
+    const char *lock_text;
+    uint32_t total_at, key_at, status_at, stride;
+    const char *init_name;
+    int32_t (*init)();
+    const char *set_name;
+    int32_t (*set)(uint32_t, uint32_t, uint32_t);
+    const char *by_inst_name;
+    int32_t (*by_inst)(uint32_t, uint32_t *);
+    const char *by_total_name;
+    int32_t (*by_total)(uint32_t *);
+};
 
-class Health : public FanTest {
+const HealthTable kTables[] = {
+    {"Memory", &kMemory, kLockLineError, 16, 5652, 5660, 3960,
+     "MW_InitMemHealthyStatusInfo", MW_InitMemHealthyStatusInfo,
+     "MW_SetMemHealthyStatusInfo", MW_SetMemHealthyStatusInfo,
+     "MW_GetMemHealthyStatusInfoByInst", MW_GetMemHealthyStatusInfoByInst,
+     "MW_GetMemHealthyStatusInfoByTotal", MW_GetMemHealthyStatusInfoByTotal},
+    {"Processors", &kProcessors, kLockLineError, 16, 572, 612, 232,
+     "MW_InitCpuHealthyStatusInfo", MW_InitCpuHealthyStatusInfo,
+     "MW_SetCpuHealthyStatusInfo", MW_SetCpuHealthyStatusInfo,
+     "MW_GetCpuHealthyStatusInfoByInst", MW_GetCpuHealthyStatusInfoByInst,
+     "MW_GetCpuHealthyStatusInfoByTotal", MW_GetCpuHealthyStatusInfoByTotal},
+    {"Fans", &kFanFacts, kLockError, 17768, 2376, 2392, 208,
+     "MW_InitFanHealthyStatusInfo", MW_InitFanHealthyStatusInfo,
+     "MW_SetFanHealthyStatusInfo", MW_SetFanHealthyStatusInfo,
+     "MW_GetFanHealthyStatusInfoByInst", MW_GetFanHealthyStatusInfoByInst,
+     "MW_GetFanHealthyStatusInfoByTotal", MW_GetFanHealthyStatusInfoByTotal},
+};
+
+class Health : public RecordTest, public ::testing::WithParamInterface<HealthTable> {
  protected:
-    static constexpr size_t Key(size_t slot) { return 2376 + 208 * slot; }
-    static constexpr size_t Status(size_t slot) { return 2392 + 208 * slot; }
+    Health() : RecordTest(*GetParam().module, GetParam().lock_text) {}
+
+    size_t Key(size_t slot) const { return table_.key_at + slot * table_.stride; }
+    size_t Status(size_t slot) const { return table_.status_at + slot * table_.stride; }
+    size_t Total() const { return At(table_.total_at); }
 
     // Slots numbered as given, from the first on.
-    void PutSlots(const std::vector<uint32_t> &numbers) {
+    void PutNumbers(const std::vector<uint32_t> &numbers) {
         FillArea();
         Put(0, static_cast<uint32_t>(numbers.size()));
-        for (size_t i = 0; i < numbers.size(); ++i) Put(Key(i), numbers[i]);
+        for (size_t slot = 0; slot < numbers.size(); ++slot) Put(Key(slot), numbers[slot]);
     }
 
+    const HealthTable &table_ = GetParam();
     uint32_t out_ = 4711;
 };
 
-TEST_F(Health, EveryAccessorFollowsTheTemplate) {
-    Put<uint32_t>(0, 1);
-    Put<uint32_t>(Key(0), 3);
+INSTANTIATE_TEST_SUITE_P(Each, Health, ::testing::ValuesIn(kTables),
+                         [](const auto &row) { return std::string(row.param.module_name); });
+
+TEST_P(Health, EveryAccessorFollowsTheTemplate) {
+    PutNumbers({5, 7});
     const Accessor accessors[] = {
-        {"MW_InitFanHealthyStatusInfo", [] { return MW_InitFanHealthyStatusInfo(); }},
-        {"MW_SetFanHealthyStatusInfo", [] { return MW_SetFanHealthyStatusInfo(3, 1, 2); }},
-        {"MW_GetFanHealthyStatusInfoByInst", [&] { return MW_GetFanHealthyStatusInfoByInst(3, &out_); },
-         [] { return MW_GetFanHealthyStatusInfoByInst(3, nullptr); }},
-        {"MW_GetFanHealthyStatusInfoByTotal", [&] { return MW_GetFanHealthyStatusInfoByTotal(&out_); },
-         [] { return MW_GetFanHealthyStatusInfoByTotal(nullptr); }},
+        {table_.init_name, [&] { return table_.init(); }},
+        {table_.set_name, [&] { return table_.set(7, 1, 2); }},
+        {table_.by_inst_name, [&] { return table_.by_inst(7, &out_); }, [&] { return table_.by_inst(7, nullptr); }},
+        {table_.by_total_name, [&] { return table_.by_total(&out_); }, [&] { return table_.by_total(nullptr); }},
     };
     for (const Accessor &accessor : accessors) CheckGuarded(accessor);
 }
 
-TEST_F(Health, InitClearsTheTotalAndTheCountedSlots) {
-    for (uint32_t count : {0u, 1u, 15u, 16u, 17u, 75u, 1814u}) {
+TEST_P(Health, InitClearsTheTotalAndTheCountedSlots) {
+    const uint32_t most = LastWithin(table_.status_at, 4, table_.stride) + 1;
+    for (uint32_t count : {0u, 1u, 3u, 8u, 17u, 75u, most}) {  // no count is too high but for the shared area
         SCOPED_TRACE(count);
         FillArea();
         Put(0, count);
-        Image expected = Image::Take().With<uint32_t>(At(kTotal), 0);
-        std::vector<uint8_t> bytes = expected.bytes();
-        for (size_t slot = 0; slot < count; ++slot) memset(&bytes[At(Status(slot))], 0, 4);
-        EXPECT_EQ(MW_InitFanHealthyStatusInfo(), 0);
-        ExpectCalls("MW_InitFanHealthyStatusInfo", Locked());
-        ExpectImage(expected.With(0, bytes.data(), bytes.size()));
+        Put<uint32_t>(table_.total_at, 0);
+        for (uint32_t slot = 0; slot < count; ++slot) Put<uint32_t>(Status(slot), 0);
+        const Image expected = Image::Take();
+        FillArea();
+        Put(0, count);
+        EXPECT_EQ(table_.init(), 0);
+        ExpectCalls(table_.init_name, Locked());
+        ExpectImage(expected);
     }
 }
 
-TEST_F(Health, InitOutsideTheSharedAreaIsRefusedWhole) {
+TEST_P(Health, InitOutsideTheSharedAreaIsRefusedWhole) {
+    const uint32_t most = LastWithin(table_.status_at, 4, table_.stride) + 1;
     FillArea();
-    for (uint32_t count : {1815u, 0x80000000u, 0xFFFFFFFFu}) {
+    for (uint32_t count : {most + 1, 0x80000000u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(count);
         Put(0, count);
         const Image before = Image::Take();
-        EXPECT_EQ(MW_InitFanHealthyStatusInfo(), -1);
-        ExpectCalls("MW_InitFanHealthyStatusInfo", Refused());
+        EXPECT_EQ(table_.init(), -1);
+        ExpectCalls(table_.init_name, Locked({Dbg(kRefusal)}));
         ExpectImage(before);
     }
 }
 
-TEST_F(Health, SetStoresTheTotalAndTheInstance) {
+TEST_P(Health, SetStoresTheTotalAndTheInstance) {
     const std::vector<uint32_t> numbers = {5, 0, 0xFFFFFFFF, 2};
     for (size_t slot = 0; slot < numbers.size(); ++slot) {
         SCOPED_TRACE(slot);
-        PutSlots(numbers);
+        PutNumbers(numbers);
         const Image before = Image::Take();
-        EXPECT_EQ(MW_SetFanHealthyStatusInfo(numbers[slot], 0xFEDCBA98, 0x12345678), 0);
-        ExpectCalls("MW_SetFanHealthyStatusInfo", Locked());
-        ExpectImage(before.With<uint32_t>(At(kTotal), 0x12345678).With<uint32_t>(At(Status(slot)), 0xFEDCBA98));
+        EXPECT_EQ(table_.set(numbers[slot], 0xFEDCBA98, 0x12345678), 0);
+        ExpectCalls(table_.set_name, Locked());
+        ExpectImage(before.With<uint32_t>(Total(), 0x12345678).With<uint32_t>(At(Status(slot)), 0xFEDCBA98));
     }
 }
 
-TEST_F(Health, SetForAnUnknownNumberStoresTheTotalAllTheSame) {
-    PutSlots({5, 6, 7});
-    Put<uint32_t>(Key(3), 8);  // beyond the count
-    const Image before = Image::Take();
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(8, 1, 77), -1);
-    ExpectCalls("MW_SetFanHealthyStatusInfo", Locked());
-    ExpectImage(before.With<uint32_t>(At(kTotal), 77));
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByTotal(&out_), 0);
-    EXPECT_EQ(out_, 77u);
+TEST_P(Health, SetForAnUnknownNumberStoresTheTotalAllTheSame) {
+    for (const std::vector<uint32_t> &numbers : {std::vector<uint32_t>{}, {5, 6, 7}}) {
+        SCOPED_TRACE(numbers.size());
+        PutNumbers(numbers);
+        Put<uint32_t>(Key(numbers.size()), 8);  // beyond the count
+        const Image before = Image::Take();
+        EXPECT_EQ(table_.set(8, 1, 77), -1);
+        ExpectCalls(table_.set_name, Locked());
+        ExpectImage(before.With<uint32_t>(Total(), 77));
+        EXPECT_EQ(table_.by_total(&out_), 0);
+        EXPECT_EQ(out_, 77u);
+        recorder::ClearCalls();
+    }
 }
 
-TEST_F(Health, SetWithoutInstancesStoresTheTotalAllTheSame) {
-    PutSlots({});
-    Put<uint32_t>(Key(0), 5);
+TEST_P(Health, OfTwoSlotsWithOneNumberTheFirstIsUsed) {
+    PutNumbers({5, 9, 9});
     const Image before = Image::Take();
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(5, 1, 78), -1);
-    ExpectCalls("MW_SetFanHealthyStatusInfo", Locked());
-    ExpectImage(before.With<uint32_t>(At(kTotal), 78));
-}
-
-TEST_F(Health, OfTwoSlotsWithOneNumberTheFirstIsUsed) {
-    PutSlots({5, 9, 9});
-    const Image before = Image::Take();
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(9, 11, 12), 0);
-    ExpectImage(before.With<uint32_t>(At(kTotal), 12).With<uint32_t>(At(Status(1)), 11));
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(9, &out_), 0);
+    EXPECT_EQ(table_.set(9, 11, 12), 0);
+    ExpectImage(before.With<uint32_t>(Total(), 12).With<uint32_t>(At(Status(1)), 11));
+    EXPECT_EQ(table_.by_inst(9, &out_), 0);
     EXPECT_EQ(out_, 11u);
 }
 
-TEST_F(Health, TheTotalIsStoredBeforeTheSearch) {
-    // The total lies where the number of a slot 74 would be.
-    static_assert(Key(74) == kTotal);
-    FillArea();
-    Put<uint32_t>(0, 75);
-    const Image before = Image::Take();
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(0xCAFE, 21, 0xCAFE), 0);
-    ExpectImage(before.With<uint32_t>(At(kTotal), 0xCAFE).With<uint32_t>(At(Status(74)), 21));
-}
-
-TEST_F(Health, GettersHandOutWhatIsStoredAndChangeNothing) {
-    PutSlots({5, 6, 7});
+TEST_P(Health, GettersHandOutWhatIsStoredAndChangeNothing) {
+    PutNumbers({5, 6, 7});
     Put<uint32_t>(Status(1), 0xA0B0C0D0);
-    Put<uint32_t>(kTotal, 0x01020304);
+    Put<uint32_t>(table_.total_at, 0x01020304);
     const Image before = Image::Take();
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(6, &out_), 0);
-    ExpectCalls("MW_GetFanHealthyStatusInfoByInst", Locked());
+    EXPECT_EQ(table_.by_inst(6, &out_), 0);
+    ExpectCalls(table_.by_inst_name, Locked());
     EXPECT_EQ(out_, 0xA0B0C0D0u);
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByTotal(&out_), 0);
-    ExpectCalls("MW_GetFanHealthyStatusInfoByTotal", Locked());
+    EXPECT_EQ(table_.by_total(&out_), 0);
+    ExpectCalls(table_.by_total_name, Locked());
     EXPECT_EQ(out_, 0x01020304u);
     ExpectImage(before);
 }
 
-TEST_F(Health, AnUnknownNumberLeavesTheCallersVariableAlone) {
+TEST_P(Health, AnUnknownNumberLeavesTheCallersVariableAlone) {
     for (const std::vector<uint32_t> &numbers : {std::vector<uint32_t>{}, {5, 6}}) {
-        PutSlots(numbers);
+        PutNumbers(numbers);
         Put<uint32_t>(Key(numbers.size()), 8);
-        EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(8, &out_), -1);
-        ExpectCalls("MW_GetFanHealthyStatusInfoByInst", Locked());
+        EXPECT_EQ(table_.by_inst(8, &out_), -1);
+        ExpectCalls(table_.by_inst_name, Locked());
         EXPECT_EQ(out_, 4711u);
     }
 }
 
-TEST_F(Health, FailedLocksLeaveTheCallersVariableAlone) {
-    PutSlots({5});
-    recorder::Now().lock_result[kFanKey] = -1;
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(5, &out_), -1);
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByTotal(&out_), -1);
+TEST_P(Health, FailedLocksLeaveTheCallersVariableAlone) {
+    PutNumbers({5});
+    recorder::Now().lock_result[module().key] = -1;
+    EXPECT_EQ(table_.by_inst(5, &out_), -1);
+    EXPECT_EQ(table_.by_total(&out_), -1);
     EXPECT_EQ(out_, 4711u);
 }
 
-TEST_F(Health, SearchesRunOnToTheEndOfTheSharedAreaAndNoFurther) {
+TEST_P(Health, SearchesRunOnToTheEndOfTheSharedAreaAndNoFurther) {
     FillArea();
     Put<uint32_t>(0, 0xFFFFFFFF);
-    Put<uint32_t>(Key(1813), 0xBEEF);  // the last number within the shared area
+    const uint32_t last = LastWithin(table_.status_at, 4, table_.stride);
+    Put<uint32_t>(Key(last), 0xBE00);
     const Image before = Image::Take();
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(0xBEEF, 31, 32), 0);
-    ExpectCalls("MW_SetFanHealthyStatusInfo", Locked());
-    const Image after = before.With<uint32_t>(At(kTotal), 32).With<uint32_t>(At(Status(1813)), 31);
+    EXPECT_EQ(table_.set(0xBE00, 31, 32), 0);
+    ExpectCalls(table_.set_name, Locked());
+    const Image after = before.With<uint32_t>(Total(), 32).With<uint32_t>(At(Status(last)), 31);
     ExpectImage(after);
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(0xBEEF, &out_), 0);
-    ExpectCalls("MW_GetFanHealthyStatusInfoByInst", Locked());
+    EXPECT_EQ(table_.by_inst(0xBE00, &out_), 0);
+    ExpectCalls(table_.by_inst_name, Locked());
     EXPECT_EQ(out_, 31u);
 
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(0, &out_), -1);
-    ExpectCalls("MW_GetFanHealthyStatusInfoByInst", Refused());
+    EXPECT_EQ(table_.by_inst(0, &out_), -1);
+    ExpectCalls(table_.by_inst_name, Locked({Dbg(kRefusal)}));
     EXPECT_EQ(out_, 31u);
     ExpectImage(after);
-    EXPECT_EQ(MW_SetFanHealthyStatusInfo(0, 33, 34), -1);
-    ExpectCalls("MW_SetFanHealthyStatusInfo", Refused());
-    ExpectImage(after.With<uint32_t>(At(kTotal), 34));
+    EXPECT_EQ(table_.set(0, 33, 34), -1);
+    ExpectCalls(table_.set_name, Locked({Dbg(kRefusal)}));
+    ExpectImage(after.With<uint32_t>(Total(), 34));
 
-    // One slot fewer is a plain miss.
-    Put<uint32_t>(0, 1814);
-    EXPECT_EQ(MW_GetFanHealthyStatusInfoByInst(0, &out_), -1);
-    ExpectCalls("MW_GetFanHealthyStatusInfoByInst", Locked());
+    // With the numbers that lie inside only, it is a plain miss.
+    Put(0, LastWithin(table_.key_at, 4, table_.stride) + 1);
+    EXPECT_EQ(table_.by_inst(0, &out_), -1);
+    ExpectCalls(table_.by_inst_name, Locked());
+}
+
+TEST_F(FanTest, TheTotalHealthIsStoredBeforeTheSearch) {
+    // It lies where the number of a slot 74 would be.
+    constexpr size_t total = 17768, key = 2376 + 74 * 208;
+    static_assert(key == total);
+    FillArea();
+    Put<uint32_t>(0, 75);
+    const Image before = Image::Take();
+    EXPECT_EQ(MW_SetFanHealthyStatusInfo(0xCAFE, 21, 0xCAFE), 0);
+    ExpectImage(before.With<uint32_t>(At(total), 0xCAFE).With<uint32_t>(At(key + 16), 21));
 }
 
 }  // namespace
