@@ -13,6 +13,7 @@
 #include "midware/fccard.h"
 #include "midware/gpu.h"
 #include "midware/mem.h"
+#include "midware/pem.h"
 #include "midware/power.h"
 #include "midware/services.h"
 
