@@ -11,6 +11,7 @@
 #include "midware/custcard.h"
 #include "midware/fan.h"
 #include "midware/fccard.h"
+#include "midware/fwinfo.h"
 #include "midware/gpu.h"
 #include "midware/mem.h"
 #include "midware/pem.h"
