@@ -11,10 +11,13 @@
 #include "midware/custcard.h"
 #include "midware/fan.h"
 #include "midware/fccard.h"
+#include "midware/fwinfo.h"
 #include "midware/gpu.h"
 #include "midware/mem.h"
 #include "midware/netcard.h"
 #include "midware/pcie.h"
+#include "midware/pem.h"
+#include "midware/power.h"
 #include "midware/services.h"
 
 #endif
