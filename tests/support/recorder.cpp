@@ -58,7 +58,10 @@ std::string Format(const char *format, va_list args) {
     return text;
 }
 
-void Record(Kind kind, std::string text) { Now().calls.push_back({kind, std::move(text)}); }
+void Record(Kind kind, std::string text) {
+    Now().calls.push_back({kind, std::move(text)});
+    if (Now().on_call) Now().on_call(Call(Now().calls.back()));
+}
 
 __attribute__((format(printf, 2, 3))) void Record(Kind kind, const char *format, ...) {
     va_list args;

@@ -4,6 +4,7 @@
 #define TESTS_RECORDER_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,6 +25,7 @@ using IniFile = std::map<std::string, IniSection>;
 // How the platform answers, and what it saw. Fresh for every test.
 struct State {
     std::vector<Call> calls;
+    std::function<void(const Call &)> on_call;  // sees every call first, to change the answers from there on
 
     bool region_missing = false;
     int32_t create_result = 0;
