@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <map>
 #include <string>
 #include <vector>
@@ -38,7 +39,8 @@ struct State {
     std::map<std::string, IniFile> ini_files;  // by path
     bool ini_load_fails = false;
     int32_t ini_save_result = 0;
-    int ini_open = 0;  // handles loaded and not closed
+    std::list<IniFile> ini_handles;  // loaded and not closed
+    int ini_open = 0;                // how many they are
 
     int snprintf_extra = 0;  // added to the length that snprintf_s answers
 
