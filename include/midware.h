@@ -15,6 +15,7 @@
 #include "midware/mem.h"
 #include "midware/netcard.h"
 #include "midware/pcie.h"
+#include "midware/raidcard.h"
 #include "midware/services.h"
 
 #endif
