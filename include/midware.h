@@ -14,6 +14,7 @@
 #include "midware/gpu.h"
 #include "midware/mem.h"
 #include "midware/netcard.h"
+#include "midware/pch.h"
 #include "midware/pcie.h"
 #include "midware/raidcard.h"
 #include "midware/services.h"
