@@ -15,9 +15,11 @@
 #include "midware/gpu.h"
 #include "midware/mem.h"
 #include "midware/netcard.h"
+#include "midware/pch.h"
 #include "midware/pcie.h"
 #include "midware/pem.h"
 #include "midware/power.h"
+#include "midware/raidcard.h"
 #include "midware/services.h"
 
 #endif

@@ -58,7 +58,10 @@ std::string Format(const char *format, va_list args) {
     return text;
 }
 
-void Record(Kind kind, std::string text) { Now().calls.push_back({kind, std::move(text)}); }
+void Record(Kind kind, std::string text) {
+    Now().calls.push_back({kind, std::move(text)});
+    if (Now().on_call) Now().on_call(Call(Now().calls.back()));
+}
 
 __attribute__((format(printf, 2, 3))) void Record(Kind kind, const char *format, ...) {
     va_list args;
@@ -66,10 +69,6 @@ __attribute__((format(printf, 2, 3))) void Record(Kind kind, const char *format,
     Record(kind, Format(format, args));
     va_end(args);
 }
-
-struct Ini {
-    IniFile file;
-};
 
 }  // namespace
 
@@ -195,14 +194,12 @@ int hov_printf_s(const char *format, ...) {
 static void *Load(const char *path, bool create) {
     if (Now().ini_load_fails) return nullptr;
     if (create) Now().ini_files[path];
-    auto *ini = new recorder::Ini;
     const auto found = Now().ini_files.find(path);
-    if (found != Now().ini_files.end()) ini->file = found->second;
     ++Now().ini_open;
-    return ini;
+    return &Now().ini_handles.emplace_back(found == Now().ini_files.end() ? recorder::IniFile{} : found->second);
 }
 
-static recorder::IniFile &File(void *ini) { return static_cast<recorder::Ini *>(ini)->file; }
+static recorder::IniFile &File(void *ini) { return *static_cast<recorder::IniFile *>(ini); }
 
 static const std::string *Find(void *ini, const char *section, const char *key) {
     const auto in = File(ini).find(section);
@@ -229,7 +226,7 @@ int32_t IniSaveFile(void *ini, const char *path) {
 
 int32_t IniCloseFile(void *ini) {
     Record(Kind::kPlatform, "IniCloseFile()");
-    delete static_cast<recorder::Ini *>(ini);
+    Now().ini_handles.remove_if([ini](const recorder::IniFile &file) { return &file == ini; });
     --Now().ini_open;
     return 0;
 }

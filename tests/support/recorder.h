@@ -4,6 +4,8 @@
 #define TESTS_RECORDER_H
 
 #include <cstdint>
+#include <functional>
+#include <list>
 #include <map>
 #include <string>
 #include <vector>
@@ -24,6 +26,7 @@ using IniFile = std::map<std::string, IniSection>;
 // How the platform answers, and what it saw. Fresh for every test.
 struct State {
     std::vector<Call> calls;
+    std::function<void(const Call &)> on_call;  // sees every call first, to change the answers from there on
 
     bool region_missing = false;
     int32_t create_result = 0;
@@ -36,7 +39,8 @@ struct State {
     std::map<std::string, IniFile> ini_files;  // by path
     bool ini_load_fails = false;
     int32_t ini_save_result = 0;
-    int ini_open = 0;  // handles loaded and not closed
+    std::list<IniFile> ini_handles;  // loaded and not closed
+    int ini_open = 0;                // how many they are
 
     int snprintf_extra = 0;  // added to the length that snprintf_s answers
 
