@@ -77,7 +77,9 @@ Control *MapSegment(const char *path) {
     } else if (found.word_size != kHeader.word_size || found.lock_size != kHeader.lock_size) {
         SayRefused(path, "made by a %u-bit process with locks of %u bytes, this one has %u bits and %u bytes",
                    found.word_size * 8, found.lock_size, kHeader.word_size * 8, kHeader.lock_size);
-    } else if (found.size != kHeader.size || static_cast<uint64_t>(status.st_size) != kHeader.size) {
+    } else if (found.size != kHeader.size) {
+        SayRefused(path, "its layout has %u bytes, this program's %u", found.size, kHeader.size);
+    } else if (static_cast<uint64_t>(status.st_size) != kHeader.size) {
         SayRefused(path, "it has %llu bytes, not %u", static_cast<unsigned long long>(status.st_size),
                    kHeader.size);
     } else {

@@ -39,11 +39,6 @@ struct alignas(64) Slot {
     std::atomic<uint32_t> pid;
     std::atomic<uint32_t> tid;
 
-    // Processes that lately tried to take it, by their number's low bits: a process that dies between taking
-    // the mutex and storing its numbers is found here.
-    static constexpr uint32_t kUsers = 16;
-    std::atomic<uint32_t> users[kUsers];
-
     std::atomic<uint32_t> contended;
     std::atomic<uint32_t> timed_out;
     std::atomic<uint32_t> recovered;
@@ -51,6 +46,16 @@ struct alignas(64) Slot {
     std::atomic<uint32_t> recovered_at[2];  // seconds since 1970, low word first
     std::atomic<uint32_t>
         region_size;  // of the shared-memory region of the same key; 0 until that is complete
+
+    // The processes that lately tried to take it, by their number's low bits, at which turn, and whether they
+    // wait: one that dies between taking the mutex and storing its numbers is found here.
+    struct alignas(64) User {
+        std::atomic<uint32_t> pid;
+        std::atomic<uint32_t> turn;
+        std::atomic<uint32_t> waits;
+    };
+    static constexpr uint32_t kUsers = 16;
+    User users[kUsers];
 };
 
 struct Control {

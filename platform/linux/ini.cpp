@@ -172,8 +172,11 @@ class Image {
         CSimpleIniCaseA::StringWriter writer(text);
         ini_.Save(writer, has_signature_);
         const std::string tail = std::string("[") + kTail + "]\n";
-        if (const size_t at = text.find("\n" + tail); at != std::string::npos)
-            text.erase(at + 1, tail.size());
+        if (const size_t at = text.find(tail); at != std::string::npos) {
+            // A section that was added since gets the comment, so it stands below it at once.
+            const bool is_last = at + tail.size() == text.size();
+            text.erase(at, tail.size() + (is_last ? 0 : strlen("\n\n")));
+        }
         return text;
     }
 

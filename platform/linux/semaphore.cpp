@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <tuple>
 
 #include "control.h"
 #include "files.h"
@@ -26,11 +27,16 @@ constexpr auto kRelaxed = std::memory_order_relaxed;
 // One that only the holder of the lock writes.
 void Increment(std::atomic<uint32_t> &count) { count.store(count.load(kRelaxed) + 1, kRelaxed); }
 
+inline Slot::User &UserOf(Slot &slot, const Self &me) { return slot.users[me.pid % Slot::kUsers]; }
+
 // Leaves this process's number where it is found should it die before it could store it as the holder's.
 inline void Enlist(Slot &slot, const Self &me) {
-    std::atomic<uint32_t> &user = slot.users[me.pid % Slot::kUsers];
-    if (user.load(kRelaxed) != me.pid) [[unlikely]]
-        user.store(me.pid, kRelaxed);
+    Slot::User &user = UserOf(slot, me);
+    user.turn.store(slot.turns.load(kRelaxed), kRelaxed);
+    if (user.pid.load(kRelaxed) != me.pid) [[unlikely]] {
+        user.waits.store(0, kRelaxed);
+        user.pid.store(me.pid, kRelaxed);
+    }
 }
 
 inline void Turn(Slot &slot, uint32_t turns) {
@@ -50,28 +56,60 @@ bool IsHeldBy(const Slot &slot, const Self &me) {
            slot.pid.load(kRelaxed) == me.pid;
 }
 
-// Gone, or a zombie that nobody has asked for yet.
-bool IsDead(uint32_t pid) {
-    if (kill(static_cast<pid_t>(pid), 0) != 0) return errno == ESRCH;
+enum class Life { kGone, kZombie, kExiting, kAlive };
+
+// The kernel passes the locks of a process on while it is exiting.
+Life LifeOf(uint32_t pid) {
+    if (kill(static_cast<pid_t>(pid), 0) != 0) return errno == ESRCH ? Life::kGone : Life::kAlive;
     char path[32];
     snprintf(path, sizeof path, "/proc/%u/stat", pid);
     struct stat status;
     const Fd fd = OpenRegular(path, O_RDONLY, &status);
-    char text[128] = "";
-    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0) return false;
+    char text[256] = "";
+    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0) return Life::kAlive;
     const char *name_end = strrchr(text, ')');
-    return name_end != nullptr && (name_end[2] == 'Z' || name_end[2] == 'X');
+    char state = 0;
+    unsigned flags = 0;
+    if (name_end == nullptr || sscanf(name_end + 1, " %c %*d %*d %*d %*d %*d %u", &state, &flags) != 2)
+        return Life::kAlive;
+    constexpr unsigned kExitingFlag = 4;
+    return state == 'Z' || state == 'X'  ? Life::kZombie
+           : (flags & kExitingFlag) != 0 ? Life::kExiting
+                                         : Life::kAlive;
+}
+
+// The dead process that most likely was about to become the holder, or just was it no more; 0 when there is
+// none. One that is exiting this moment comes first. One that did not have to wait tried within the last few
+// turns; one that did may have tried long ago.
+uint32_t FindDeadUser(const Slot &slot) {
+    using Rank = std::tuple<bool, bool, bool, uint32_t>;
+    const uint32_t now = slot.turns.load(kRelaxed);
+    uint32_t found = 0;
+    Rank best;
+    for (const Slot::User &user : slot.users) {
+        const uint32_t pid = user.pid.load(kRelaxed);
+        const Life life = pid != 0 ? LifeOf(pid) : Life::kAlive;
+        if (life == Life::kAlive) continue;
+        const bool waits = user.waits.load(kRelaxed) != 0;
+        const uint32_t ago = now - user.turn.load(kRelaxed);
+        const Rank rank(life == Life::kExiting, !waits && ago <= 3, waits, UINT32_MAX - ago);
+        if (found != 0 && rank <= best) continue;
+        found = pid;
+        best = rank;
+    }
+    return found;
 }
 
 // Which process left the semaphore behind; 0 when that cannot be told. An odd count says that the stored
 // numbers are its own. An even one says that it ended within the few instructions between taking the mutex
 // and storing them, or between erasing them and the release.
 uint32_t FindLost(const Slot &slot) {
-    const uint32_t stored = slot.pid.load(kRelaxed);
-    if ((slot.turns.load(kRelaxed) & 1) != 0 || (stored != 0 && IsDead(stored))) return stored;
-    for (const auto &user : slot.users) {
-        const uint32_t pid = user.load(kRelaxed);
-        if (pid != 0 && IsDead(pid)) return pid;
+    if ((slot.turns.load(kRelaxed) & 1) != 0) return slot.pid.load(kRelaxed);
+    // One whose first thread has not noticed yet that it was killed does not look dead at once.
+    for (int tries = 0; tries < 10; ++tries) {
+        if (const uint32_t pid = FindDeadUser(slot)) return pid;
+        constexpr timespec kPause = {0, 1000000};
+        nanosleep(&kPause, nullptr);
     }
     return 0;
 }
@@ -80,9 +118,9 @@ uint32_t FindLost(const Slot &slot) {
 void Recover(Slot &slot, uint32_t key) {
     const int error = errno;
     const uint32_t lost = FindLost(slot);
-    for (auto &user : slot.users) {
-        uint32_t pid = user.load(kRelaxed);
-        if (pid != 0 && IsDead(pid)) user.compare_exchange_strong(pid, 0, kRelaxed);
+    for (Slot::User &user : slot.users) {  // the dead of today are not to be taken for the dead of tomorrow
+        uint32_t pid = user.pid.load(kRelaxed);
+        if (pid != 0 && LifeOf(pid) != Life::kAlive) user.pid.compare_exchange_strong(pid, 0, kRelaxed);
     }
     const uint32_t turns = slot.turns.load(kRelaxed);
     if ((turns & 1) != 0) Turn(slot, turns);
@@ -109,13 +147,20 @@ void Recover(Slot &slot, uint32_t key) {
 // What follows a trylock that did not answer 0.
 __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint32_t timeout_ms, int answer) {
     const bool busy = answer == EBUSY;
-    if (busy) answer = timeout_ms > 0 ? LockWithin(&slot.mutex, timeout_ms) : ETIMEDOUT;
-    if (answer == 0 || answer == EOWNERDEAD) {
+    std::atomic<uint32_t> &waits = UserOf(slot, Me()).waits;
+    if (busy && timeout_ms == 0) answer = ETIMEDOUT;
+    if (busy && timeout_ms > 0) {
+        waits.store(1, kRelaxed);
+        answer = LockWithin(&slot.mutex, timeout_ms);
+    }
+    const bool taken = answer == 0 || answer == EOWNERDEAD;
+    if (taken) {
         if (answer == EOWNERDEAD) Recover(slot, key);
         BecomeHolder(slot, Me());
         if (busy) Increment(slot.contended);
-        return 0;
     }
+    waits.store(0, kRelaxed);
+    if (taken) return 0;
     if (answer == ETIMEDOUT) slot.timed_out.fetch_add(1, kRelaxed);
     errno = answer;
     return -1;

@@ -1,0 +1,215 @@
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <ctime>
+#include <map>
+#include <regex>
+
+#include "platform_test.h"
+
+namespace {
+
+constexpr char kLog[] = "/data/log/customdiskslot.log";
+constexpr off_t kCap = 1 << 20;
+
+class Journal : public PlatformTest {
+  protected:
+    std::string Log() const { return Place(kLog); }
+    std::string OldLog() const { return Log() + ".1"; }
+
+    // The text of a line behind its time stamp.
+    static std::string TextOf(const std::string &line) {
+        static const std::regex stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z )");
+        std::smatch match;
+        EXPECT_TRUE(std::regex_search(line, match, stamp, std::regex_constants::match_continuous)) << line;
+        return match.suffix();
+    }
+    std::vector<std::string> Texts() const {
+        std::vector<std::string> texts;
+        for (const auto &line : LinesOf(ReadFile(OldLog()) + ReadFile(Log()))) texts.push_back(TextOf(line));
+        return texts;
+    }
+};
+
+TEST_F(Journal, EveryLineHasItsTime) {
+    const time_t before = time(nullptr);
+    In([] {
+        umask(0);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "[Line:%d Func:%s]slot=%d successfully\n", 12, "f", 3), 0);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "no line end"), 0);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "%s", ""), 0);
+    });
+    EXPECT_EQ(Texts(), (std::vector<std::string>{"[Line:12 Func:f]slot=3 successfully", "no line end", ""}));
+    EXPECT_EQ(ModeOf(Log()), 0660u);
+    EXPECT_EQ(ModeOf(Place("/data/log")), 0755u);
+    tm parts{};
+    ASSERT_NE(strptime(ReadFile(Log()).c_str(), "%Y-%m-%dT%H:%M:%S", &parts), nullptr);
+    EXPECT_GE(timegm(&parts), before);
+    EXPECT_LE(timegm(&parts), time(nullptr));
+}
+
+TEST_F(Journal, ALabelStaysInItsLine) {
+    In([] {
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "Silk:%s\n", "a\nb\x1b[31m\xff \xc3\xa4"), 0);
+        int victim = 4711;
+        EXPECT_LT(OAL_Log2File(kLog, 1, "x%n\n", &victim), 0);
+        EXPECT_EQ(victim, 4711);
+        const char *none = nullptr;
+        EXPECT_LT(OAL_Log2File(kLog, 1, none, 0), 0);
+        EXPECT_LT(OAL_Log2File(none, 1, "x\n"), 0);
+        EXPECT_LT(OAL_Log2File("relative.log", 1, "x\n"), 0);
+        EXPECT_LT(OAL_Log2File("/data/../../x.log", 1, "x\n"), 0);
+        EXPECT_EQ(errno, EINVAL);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "%s\n", std::string(5000, 'x').c_str()), 0);
+    });
+    const auto texts = Texts();
+    ASSERT_EQ(texts.size(), 2u);
+    EXPECT_EQ(texts[0], "Silk:a\\nb\\x1b[31m\\xff \xc3\xa4");
+    EXPECT_EQ(texts[1].substr(texts[1].size() - 4), "x...");
+}
+
+TEST_F(Journal, IsCappedAndHasOnePredecessor) {
+    constexpr int kLines = 30000;
+    In([] {
+        for (int i = 0; i < kLines; ++i)
+            ASSERT_EQ(OAL_Log2File(kLog, 1, "%d %s\n", i, std::string(90, 'x').c_str()), 0);
+    });
+    EXPECT_EQ(FilesIn(Place("/data/log")),
+              (std::vector<std::string>{"customdiskslot.log", "customdiskslot.log.1"}));
+    EXPECT_LE(SizeOf(Log()), kCap);
+    EXPECT_LE(SizeOf(OldLog()), kCap);
+    EXPECT_GT(SizeOf(OldLog()), kCap - 64 * 1024);
+    const auto texts = Texts();
+    ASSERT_FALSE(texts.empty());
+    int expected = kLines - static_cast<int>(texts.size());
+    EXPECT_GT(expected, 0);  // the oldest are gone, and nothing between
+    for (const auto &text : texts) ASSERT_EQ(std::stoi(text), expected++);
+}
+
+TEST_F(Journal, SeveralProcessesLoseAndTearNothing) {
+    constexpr int kProcesses = 4;
+    constexpr int kLines = 3000;  // together between one and two files full
+    std::vector<Process> writers;
+    for (int w = 0; w < kProcesses; ++w) {
+        writers.emplace_back(setup(), [w] {
+            const std::string filler(static_cast<size_t>(60 + 20 * w), static_cast<char>('a' + w));
+            for (int i = 0; i < kLines; ++i)
+                ASSERT_EQ(OAL_Log2File(kLog, 1, "%d %d %s\n", w, i, filler.c_str()), 0);
+        });
+    }
+    for (auto &writer : writers) {
+        const Outcome outcome = writer.Wait();
+        EXPECT_TRUE(outcome.Succeeded()) << outcome;
+    }
+    EXPECT_LE(SizeOf(Log()), kCap);
+    EXPECT_LE(SizeOf(OldLog()), kCap);
+    EXPECT_GT(SizeOf(OldLog()), 0);
+    std::map<std::string, int> seen;
+    for (const auto &text : Texts()) ++seen[text];
+    EXPECT_EQ(seen.size(), size_t{kProcesses} * kLines);
+    for (int w = 0; w < kProcesses; ++w) {
+        const std::string filler(static_cast<size_t>(60 + 20 * w), static_cast<char>('a' + w));
+        for (int i = 0; i < kLines; ++i)
+            ASSERT_EQ(seen[std::to_string(w) + " " + std::to_string(i) + " " + filler], 1);
+    }
+}
+
+TEST_F(Journal, ThreadsCanUseItAtOnce) {
+    In([] {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([t] {
+                for (int i = 0; i < 100; ++i) EXPECT_EQ(OAL_Log2File(kLog, 1, "%d %d\n", t, i), 0);
+            });
+        }
+        for (auto &thread : threads) thread.join();
+    });
+    EXPECT_EQ(Texts().size(), 400u);
+}
+
+TEST_F(Journal, OtherThingsInItsPlaceAreNotWrittenTo) {
+    WriteFile(Place("/data/log/target"), "old\n");
+    const auto fails = [](int error) {
+        return [error] {
+            EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
+            EXPECT_EQ(errno, error) << hov_strerror_s(errno);
+        };
+    };
+    ASSERT_EQ(symlink("target", Log().c_str()), 0);
+    In(fails(ELOOP));
+    ASSERT_EQ(unlink(Log().c_str()), 0);
+
+    ASSERT_EQ(link(Place("/data/log/target").c_str(), Log().c_str()), 0);
+    In(fails(EPERM));
+    ASSERT_EQ(unlink(Log().c_str()), 0);
+    EXPECT_EQ(ReadFile(Place("/data/log/target")), "old\n");
+
+    ASSERT_EQ(mkdir(Log().c_str(), 0755), 0);
+    In(fails(EISDIR));
+    ASSERT_EQ(rmdir(Log().c_str()), 0);
+
+    ASSERT_EQ(mkfifo(Log().c_str(), 0600), 0);
+    In(fails(ENXIO));  // nobody reads it
+    const int reader = open(Log().c_str(), O_RDONLY | O_NONBLOCK);
+    In(fails(EINVAL));
+    close(reader);
+}
+
+TEST_F(Journal, AFullOneThatCannotBeMovedDoesNotGrow) {
+    WriteFile(Log(), std::string(kCap - 10, '\n'));
+    ASSERT_EQ(mkdir(OldLog().c_str(), 0755), 0);
+    In([] { EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0); });
+    EXPECT_EQ(SizeOf(Log()), kCap - 10);
+}
+
+TEST_F(Journal, ARotationThatHangsIsNotWaitedForForever) {
+    WriteFile(Log(), std::string(kCap - 10, '\n'));
+    const int other = open(Log().c_str(), O_RDONLY);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    In([] {
+        EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
+        EXPECT_EQ(errno, EWOULDBLOCK);
+    });
+    close(other);
+    In([] { EXPECT_EQ(OAL_Log2File(kLog, 1, "line\n"), 0); });
+    EXPECT_EQ(SizeOf(OldLog()), kCap - 10);
+    EXPECT_EQ(LinesOf(ReadFile(Log())).size(), 1u);
+}
+
+TEST_F(Journal, AFullFileSystemIsAnError) {
+    SKIP_UNLESS_ROOT();
+    const Shared<std::atomic<bool>> mounted;
+    In([&] {
+        if (!MountSmall(root_.path(), "size=64k")) return;
+        *mounted = true;
+        int written = 0;
+        while (OAL_Log2File(kLog, 1, "%s\n", std::string(1000, 'x').c_str()) == 0) ++written;
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_GT(written, 10);
+        EXPECT_LT(written, 70);
+        ASSERT_TRUE(RemountReadOnly(root_.path()));
+        EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
+        EXPECT_EQ(errno, EROFS);
+    });
+    if (!*mounted) GTEST_SKIP() << "mounting is not allowed here";
+}
+
+TEST_F(Journal, WithoutRightsOrDescriptorsIsAnError) {
+    In([] {
+        LimitDescriptors(true);
+        EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
+        EXPECT_EQ(errno, EMFILE);
+        LimitDescriptors(false);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "line\n"), 0);
+    });
+    SKIP_UNLESS_ROOT();
+    OpenToOthers();
+    In([] {
+        ASSERT_TRUE(BecomeNobody());
+        EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
+        EXPECT_EQ(errno, EACCES);
+    });
+    EXPECT_EQ(Texts().size(), 1u);
+}
+
+}  // namespace
