@@ -367,10 +367,14 @@ class MemoryCollector : public Collector {
     {
         const uint32_t number = slot + 1;
         if (!device.errors || errors_[slot] == device.errors) return;
-        const MemoryErrors before = errors_[slot].value_or(MemoryErrors{});
         const MemoryErrors &now = *device.errors;
         // The record's count is a byte: it stays at its end rather than start again.
         const auto shown = static_cast<uint32_t>(std::min<uint64_t>(now.correctable, 255));
+        MemoryErrors before = errors_[slot].value_or(MemoryErrors{});
+        MemAlarmInfo stored{};
+        if (!errors_[slot] && MW_GetMemAlarmInfoByDimmNum(&stored, number) == 0 && stored.ucCorrectECCCnt == shown) {
+            before.correctable = now.correctable;  // an earlier process has reported them
+        }
         bool good = writer.Wrote("correctable error counts", 1, MW_SetMemCorrectECCCnt(number, shown));
         if (now.correctable > before.correctable) {
             good = writer.Wrote("correctable error states", 1, MW_SetMemCorrectECCState(number, 1)) && good;

@@ -118,17 +118,26 @@ class NtpCollector : public Collector {
             writer.Remark("no NTP server is configured on this host");
             return;
         }
-        // What an administrator has set since stays, until the host's own configuration changes.
-        if (done_ && servers == last_) return;
-        done_ = Write(servers, writer);
+        NtpInfo info;
+        if (MW_GetNtpInfo(&info) != 0) {
+            writer.Wrote("NTP settings", 1, -1);
+            return;
+        }
+        // What an administrator has set since stays, until the host's own configuration changes or the area is new.
+        if (done_ && servers == last_ && !IsBlank(info)) return;
+        done_ = Write(servers, info, writer);
         last_ = servers;
     }
 
   private:
-    static bool Write(const NtpServers &servers, Writer &writer)
+    static bool IsBlank(const NtpInfo &info)
     {
-        NtpInfo info;
-        if (MW_GetNtpInfo(&info) != 0) return writer.Wrote("NTP settings", 1, -1);
+        static constexpr NtpInfo kBlank{};
+        return std::memcmp(&info, &kBlank, sizeof(info)) == 0;
+    }
+
+    static bool Write(const NtpServers &servers, NtpInfo info, Writer &writer)
+    {
         bool good = true;
         for (uint32_t i = 0; i < MW_NTP_SERVER_MAX; ++i) {
             char name[MW_NTP_SERVER_NAME_SIZE];

@@ -1,0 +1,172 @@
+// The collectors on captures of real machines. These are no part of the sources: the tests run where MIDWARE_CAPTURES (or
+// the place found when configuring) has them, and expect counts, sizes and normalised fields only.
+#include <cstdlib>
+
+#include "area.h"
+#include "collectors/cpu.h"
+#include "collectors/memory.h"
+#include "collectors/partitions.h"
+#include "collectors/usage.h"
+
+namespace collect {
+namespace {
+
+class Capture {
+  public:
+    // Unpacks the archive whose name begins as given.
+    explicit Capture(const std::string &prefix)
+    {
+        const char *place = std::getenv("MIDWARE_CAPTURES");
+        std::error_code error;
+        for (const auto &entry : std::filesystem::directory_iterator(place != nullptr ? place : CAPTURES_DEFAULT, error)) {
+            const std::string name = entry.path().filename().string();
+            if (!name.starts_with(prefix) || !name.ends_with(".tar.bz2")) continue;
+            const std::string command = fmt::format("tar -xjf '{}' -C '{}'", entry.path().string(), tree_.top());
+            EXPECT_EQ(std::system(command.c_str()), 0);
+            for (const auto &top : std::filesystem::directory_iterator(tree_.top())) root_ = top.path().string();
+        }
+    }
+    const std::string &root() const { return root_; }  // "" where there is none
+
+  private:
+    Tree tree_;
+    std::string root_;
+};
+
+class Captures : public OnBlankArea {
+  protected:
+    void Use(const std::string &prefix)
+    {
+        capture_ = std::make_unique<Capture>(prefix);
+        if (!capture_->root().empty()) host_ = std::make_unique<HeardHost>(capture_->root());
+    }
+    const Host &host() const { return **host_; }
+
+    std::unique_ptr<Capture> capture_;
+    std::unique_ptr<HeardHost> host_;
+};
+
+class X86Capture : public Captures {
+  protected:
+    void SetUp() override
+    {
+        Captures::SetUp();
+        Use("32em64t");
+        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
+    }
+};
+
+class ArmCapture : public Captures {
+  protected:
+    void SetUp() override
+    {
+        Captures::SetUp();
+        Use("128arm");
+        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
+    }
+};
+
+TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
+{
+    const CpuRecords records = FindCpus(host());
+    ASSERT_EQ(records.packages.size(), 2u);
+    for (uint32_t i = 0; i < 2; ++i) {
+        const CpuPackage &package = records.packages[i];
+        EXPECT_EQ(package.id, i);
+        EXPECT_EQ(package.cores, 8u);
+        EXPECT_EQ(package.logical.size(), 8u);
+        EXPECT_FALSE(package.model.empty());
+        EXPECT_FALSE(package.manufacturer.empty());
+        EXPECT_EQ(package.architecture, "x86_64");
+        EXPECT_EQ(package.max_frequency, 2701u);
+        EXPECT_EQ(package.frequency, 2701u);
+        EXPECT_EQ(package.l1_data, 32u);
+        EXPECT_EQ(package.l1_instruction, 32u);
+        EXPECT_EQ(package.l2, 256u);
+        EXPECT_EQ(package.l3, 20480u);
+        EXPECT_FALSE(package.temperature.current.has_value());
+    }
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
+TEST_F(X86Capture, HasEightModulesInTwentyFourSlots)
+{
+    const MemoryRecords records = FindMemory(host());
+    EXPECT_EQ(records.source, MemorySource::kSmbios);
+    ASSERT_EQ(records.devices.size(), 24u);
+    uint32_t present = 0;
+    for (const MemoryDevice &device : records.devices) {
+        EXPECT_TRUE(device.locator.starts_with("DIMM_"));
+        EXPECT_FALSE(device.locator.ends_with(' '));
+        if (!device.present) continue;
+        ++present;
+        EXPECT_EQ(device.size_mb, 4096u);
+        EXPECT_EQ(device.type, "DDR3");
+        EXPECT_EQ(device.form, "DIMM");
+        EXPECT_EQ(device.max_speed, 1600u);
+        EXPECT_EQ(device.speed, 1600u);
+        EXPECT_EQ(device.total_width, 72u);
+        EXPECT_EQ(device.data_width, 64u);
+        EXPECT_FALSE(device.serial.empty());
+        EXPECT_FALSE(device.part.ends_with(' '));
+    }
+    EXPECT_EQ(present, 8u);
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
+TEST_F(X86Capture, IsReadIntoTheArea)
+{
+    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
+    uint32_t word = 0;
+    ASSERT_EQ(MW_GetCpuCount(&word), 0);
+    EXPECT_EQ(word, 2u);
+    ASSERT_EQ(MW_GetMemCount(&word), 0);
+    EXPECT_EQ(word, 8u);
+    ASSERT_EQ(MW_GetMemTotalSizeGB(&word), 0);
+    EXPECT_EQ(word, 32u);
+    ASSERT_EQ(MW_GetMemUsgInfoFromHostMon(&word), 0);
+    EXPECT_EQ(word, 10u);
+    ASSERT_EQ(MW_GetCpuUsgInfoFromHostMon(&word), 0);
+    EXPECT_EQ(word, 77u);
+    EXPECT_EQ(host_->lines().size(), 4u);  // partitions whose usage is not known
+}
+
+TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn)
+{
+    const CpuRecords records = FindCpus(host());
+    ASSERT_EQ(records.packages.size(), 2u);
+    EXPECT_EQ(records.packages[0].id, 36);
+    EXPECT_EQ(records.packages[1].id, 8442);
+    for (const CpuPackage &package : records.packages) {
+        EXPECT_EQ(package.cores, 64u);
+        EXPECT_EQ(package.logical.size(), 64u);
+        EXPECT_EQ(package.architecture, "aarch64");
+        EXPECT_EQ(package.family, 8u);
+        EXPECT_FALSE(package.model.empty());
+        EXPECT_EQ(package.l1_data, 64u);
+        EXPECT_EQ(package.l2, 512u);
+        EXPECT_EQ(package.l3, 32768u);
+        EXPECT_EQ(package.frequency, 0u);
+    }
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
+TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice)
+{
+    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
+    uint32_t word = 0;
+    ASSERT_EQ(MW_GetCpuCount(&word), 0);
+    EXPECT_EQ(word, 2u);
+    ASSERT_EQ(MW_GetMemCount(&word), 0);
+    EXPECT_EQ(word, 1u);
+    ASSERT_EQ(MW_GetMemTotalSizeGB(&word), 0);
+    EXPECT_EQ(word, 502u);
+    ASSERT_EQ(MW_GetMemUsgInfoFromHostMon(&word), 0);
+    EXPECT_EQ(word, 9u);
+    ASSERT_EQ(MW_GetCpuUsgInfoFromHostMon(&word), 0);
+    EXPECT_EQ(word, 1u);
+    EXPECT_EQ(host_->lines().size(), 7u);  // the memory's source, and six partitions whose usage is not known
+}
+
+}  // namespace
+}  // namespace collect
