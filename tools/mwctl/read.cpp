@@ -16,8 +16,9 @@ std::string WhyItFailed(const Listen &listen, const midware::Module *core, bool 
         return core == nullptr ? "a semaphore was not had within 500 ms: see mwctl status"
                                : tools::WhyNotLocked(core->key);
     }
-    if (listen.Heard("count over"))
-        return "the stored count is above the maximum: the records' owner must write them anew";
+    if (listen.Heard("count over")) {
+        return "the stored count is above the maximum: the owner of the records has to write them anew";
+    }
     if (!listen.last().empty()) return "the library says: " + tools::Printable(listen.last());
     return no_area ? "the configuration file cannot be read" : "the library answered -1";
 }

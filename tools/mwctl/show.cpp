@@ -74,8 +74,9 @@ void Show() {
     std::string text;
     if (options.json) {
         nlohmann::ordered_json document = nlohmann::ordered_json::object();
-        for (const ModuleReading &reading : readings)
+        for (const ModuleReading &reading : readings) {
             document[std::string(reading.module->name)] = ToJson(reading);
+        }
         if (!problems.empty()) document["errors"] = problems;
         text = Document(document);
     } else {

@@ -1,35 +1,39 @@
+// clang-format off
 // The table of modules, records and fields: what the shared area holds, told once. Every view (text, JSON and
 // whatever comes later) walks it; reading is in read.h, printing in the views.
 //
-// A module plugs in with one source file in modules/, picked up by itself:
+// A module plugs in with one source file in modules/, which the build picks up by itself. It describes structs,
+// all of their fields in order (a forgotten one does not compile; kind, offset and width follow from the struct):
 //
-//     MW_RECORD(ThingInfo,                                     // a struct of the public header, all its
-//     fields in order:
-//               MW_FIELD(dwIndex, "number"),                   // a forgotten one does not compile
-//               MW_FIELD(iTemp, "temperature").Unit("C"),      // kind, offset and width follow from the
-//               struct MW_FIELD(dwMode, "mode").Codes(kModes), MW_FIELD(ucFanFailState, "fan
-//               failed").State(), MW_FIELD(aucReserved, ""));                    // "Reserved" or "Pad" in a
-//               name: shown only when not zero
+//     MW_RECORD(ThingInfo,
+//               MW_FIELD(dwIndex, "number"),
+//               MW_FIELD(iTemp, "temperature").Unit("C"),
+//               MW_FIELD(dwMode, "mode").Codes(kModes),        // constexpr Code kModes[] = {{0, "off"}, ...};
+//               MW_FIELD(ucFailState, "failed").State(),       // all states become one line: "asserted"
+//               MW_FIELD(aucReserved, ""));                    // by its name: shown only when not zero
 //
-//     using midware::ThingArea;                                // the area from the module's own header:
-//     describes all of MW_RECORD(ThingArea,                                     // it, and what has a getter
-//     of its own can be read
+// the area from the module's own header, where a value that an exported function reads alone says so:
+//
+//     using midware::ThingArea;
+//     MW_RECORD(ThingArea,
 //               MW_FIELD(dwTotalPower, "total power").Unit("W").Get<MW_GetThingTotalPower>(),
 //               MW_FIELD(atThing, "thing"));
 //
+// and what can be read of it, and how:
+//
 //     constexpr Record kRecords[] = {
-//         Words<ThingArea>("totals", "Totals"),                // the fields with a Get
-//         List<ThingInfo, MW_GetThingInfo>("things", "Things", MW_THING_MAX).Used<[](const ThingInfo &thing)
-//         {
-//             return thing.dwIndex != 0; }>(),
+//         Words<ThingArea>("totals", "Totals"),                          // the fields with a Get
+//         Slots<ThingInfo, CountThings>("power", "Power", 16),           // of each slot the fields with a GetAt
+//         List<ThingInfo, MW_GetThingInfo>("things", "Things", 16).Used<IsPresent>().Named<Labels>(),
 //         One<ThingPolicy, MW_GetThingPolicy>("policy", "Policy"),
-//         Custom<ThingView, ReadThingView>("view", "View", 16),  // int32_t ReadThingView(ThingView *slots,
-//         uint32_t &count)
+//         Custom<ThingView, ReadViews>("view", "View", 16),              // int32_t ReadViews(ThingView *, uint32_t &)
 //     };
 //     const Plug plug{{"thing", "Things", &midware::kThing, kRecords, &kLayout<ThingArea>}};
 //
-// A struct of the tool's own describes what is handed out but not stored like that; see modules/memory.cpp.
-// Names of modules and records are what users type; the name of a field is that of the struct's member.
+// A struct of the tool's own describes what is handed out but not stored like that (modules/memory.cpp), and
+// modules/shared.h has what several modules need. Names of modules and records are what users type; the name of a
+// field is that of the struct's member. A module's settings are a source file in settings/ (command.h).
+// clang-format on
 #ifndef MWCTL_TABLE_H
 #define MWCTL_TABLE_H
 

@@ -293,8 +293,9 @@ void AppendRecord(std::string &out, const Reading &reading) {
         }
         std::vector<Note> notes;
         if (record.notes != nullptr) record.notes(slot.bytes, notes);
-        for (const Note &note : notes)
+        for (const Note &note : notes) {
             blocks.back().lines.push_back({note.label, tools::Printable(note.text)});
+        }
     }
     if (blocks.empty()) {
         out += fmt::format("{:{}}none\n", "", indent);

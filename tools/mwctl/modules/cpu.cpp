@@ -4,7 +4,6 @@
 #include "cpu/hov_midcpu.h"
 #include "shared.h"
 #include "table.h"
-#include "text.h"
 
 namespace mwctl {
 
@@ -114,19 +113,8 @@ MW_RECORD(CpuTmargin, MW_FIELD(aucTmargin, "margin"));
 
 namespace {
 
-std::vector<CpuPhyInfo> ReadProcessors() {
-    static std::vector<CpuPhyInfo> room(MW_AREA_SIZE / sizeof(CpuPhyInfo));
-    uint32_t count = 0;
-    if (MW_GetCpuPhyInfo(room.data(), &count) < 0) return {};
-    return {room.begin(), room.begin() + std::min(count, MW_CPU_MAX)};
-}
-
 std::vector<std::string> Labels() {
-    std::vector<std::string> labels;
-    for (const CpuPhyInfo &cpu : ReadProcessors()) {
-        labels.emplace_back(tools::ArrayText(cpu.acSilkName, sizeof cpu.acSilkName));
-    }
-    return labels;
+    return Texts(ReadList<MW_GetCpuPhyInfo>(MW_CPU_MAX), &CpuPhyInfo::acSilkName);
 }
 
 int32_t CountProcessors(uint32_t &count) {

@@ -1,10 +1,7 @@
 // DIMMs, and what the host uses of its memory and disks.
-#include <algorithm>
-
 #include "mem/hov_midmem.h"
 #include "shared.h"
 #include "table.h"
-#include "text.h"
 
 namespace mwctl {
 
@@ -28,7 +25,7 @@ MW_RECORD(MemTempInfo,
           MW_FIELD(dwCpuMemGTemp, "group").QuietZero(),
           MW_FIELD(dwUpperCritical, "critical").Unit("C").QuietZero(),
           MW_FIELD(adwReserved, ""),
-          MW_FIELD(dwUpdateTime, "read at uptime").Unit("s"));
+          MW_FIELD(dwUpdateTime, "uptime").Unit("s"));
 
 MW_RECORD(MemAlarmInfo,
           MW_FIELD(dwDimmNum, "DIMM"),
@@ -130,20 +127,8 @@ MW_RECORD(MemInstalled, MW_FIELD(dwTotalSizeGB, "total size").Unit("GiB").Get<MW
 
 namespace {
 
-std::vector<MemPhyInfo> ReadSlots() {
-    static std::vector<MemPhyInfo> room(MW_AREA_SIZE / sizeof(MemPhyInfo));
-    uint32_t count = 0;
-    if (MW_GetMemPhyInfo(room.data(), &count) < 0) return {};
-    return {room.begin(), room.begin() + std::min(count, MW_MEM_DIMM_MAX)};
-}
-
-std::vector<std::string> Labels() {
-    std::vector<std::string> labels;
-    for (const MemPhyInfo &slot : ReadSlots()) {
-        labels.emplace_back(tools::ArrayText(slot.acSilkName, sizeof slot.acSilkName));
-    }
-    return labels;
-}
+std::vector<MemPhyInfo> ReadSlots() { return ReadList<MW_GetMemPhyInfo>(MW_MEM_DIMM_MAX); }
+std::vector<std::string> Labels() { return Texts(ReadSlots(), &MemPhyInfo::acSilkName); }
 
 int32_t ReadEvents(SelEvent *events, uint32_t &count) {
     uint32_t assets;

@@ -1,12 +1,34 @@
-// Records of more than one module: IPMI event data as getters hand it out, entry by entry, and usage
-// thresholds.
+// What more than one module needs: whole lists, IPMI event data as getters hand it out, entry by entry, and
+// usage thresholds.
 #ifndef MWCTL_MODULES_SHARED_H
 #define MWCTL_MODULES_SHARED_H
 
+#include <algorithm>
+#include <vector>
+
 #include "console.h"
 #include "table.h"
+#include "text.h"
 
 namespace mwctl {
+
+// All records that a list getter hands out, or none when it fails.
+template <auto get>
+auto ReadList(uint32_t capacity) {
+    using T = std::remove_pointer_t<typename detail::FirstParameter<decltype(get)>::type>;
+    static std::vector<T> room(MW_AREA_SIZE / sizeof(T));  // a list never reaches out of the area
+    uint32_t count = 0;
+    if (get(room.data(), &count) < 0) count = 0;
+    return std::vector<T>(room.begin(), room.begin() + std::min(count, capacity));
+}
+
+// One text of each record, for the names of slots.
+template <class T, size_t size>
+std::vector<std::string> Texts(const std::vector<T> &records, char (T::*text)[size]) {
+    std::vector<std::string> texts;
+    for (const T &record : records) texts.emplace_back(tools::ArrayText(record.*text, size));
+    return texts;
+}
 
 // The word that goes with a usage figure.
 inline constexpr Code kValidity[] = {{0, "not valid"}, {MW_VALID_FLAG, "valid"}};

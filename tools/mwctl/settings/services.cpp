@@ -54,8 +54,9 @@ void AddTimeSource(CLI::App &set) {
         ->transform(CodeOf("the time source", "services.ntp.dwTimeSource", true));
     command->callback([] {
         if (!Change(kCore, [] { return MW_SetTimeSource(NumberOf(source)); })) return;
-        const std::string_view name = CodeName(*FindField("services.ntp.dwTimeSource"), NumberOf(source));
-        Finish(fmt::format("time source: {}\n", name.empty() ? source : name));
+        const uint32_t number = NumberOf(source);
+        const std::string_view name = CodeName(*FindField("services.ntp.dwTimeSource"), number);
+        Finish(fmt::format("time source: {}\n", name.empty() ? std::to_string(number) : name));
     });
 }
 
