@@ -21,11 +21,12 @@ std::string WhyNoArea() {
     errno = 0;
     if (AreaExists()) return "the shared area exists";
     if (errno == 0 || errno == ENOENT) return "the shared area does not exist: run midware-init";
-    if (errno == EACCES || errno == EPERM) {
-        return "the shared area must not be used by this user: run this as a member of the group that owns it";
+    if (errno == EACCES) {
+        return "the shared area is closed to this user: run this as a member of the group that owns it";
     }
-    return fmt::format("the shared area cannot be used ({}): create it afresh with midware-init --fresh",
-                       std::strerror(errno));
+    return fmt::format(
+        "the shared area is there but must not be used ({}): have its files removed, and run midware-init",
+        std::strerror(errno));
 }
 
 OalSemStatus SemStatus(uint32_t key) {
@@ -44,8 +45,9 @@ OalSemStatus SemStatus(uint32_t key) {
 }
 
 uint32_t SemaphoresInPlace() {
-    return static_cast<uint32_t>(std::count_if(std::begin(midware::kModules), std::end(midware::kModules),
-                                               [](const auto *module) { return SemStatus(module->key).exists != 0; }));
+    return static_cast<uint32_t>(
+        std::count_if(std::begin(midware::kModules), std::end(midware::kModules),
+                      [](const auto *module) { return SemStatus(module->key).exists != 0; }));
 }
 
 std::string ProcessText(int32_t pid) {
@@ -60,9 +62,11 @@ std::string ProcessText(int32_t pid) {
 std::string WhyNotLocked(uint32_t key) {
     const OalSemStatus status = SemStatus(key);
     if (status.exists == 0) return fmt::format("semaphore {} does not exist: run midware-init", key);
-    if (status.holder_pid == 0) return fmt::format("semaphore {} was held for longer than 500 ms: try again", key);
-    return fmt::format("semaphore {} is held by process {} for longer than 500 ms: try again, or end that process",
-                       key, ProcessText(status.holder_pid));
+    if (status.holder_pid == 0)
+        return fmt::format("semaphore {} was held for longer than 500 ms: try again", key);
+    return fmt::format(
+        "semaphore {} is held by process {} for longer than 500 ms: try again, or end that process", key,
+        ProcessText(status.holder_pid));
 }
 
 }  // namespace tools

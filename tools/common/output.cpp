@@ -24,7 +24,8 @@ bool WriteAll(int file, std::string_view text) {
 }  // namespace
 
 void PrepareStandardFiles() {
-    // The lowest free number is given out: /dev/null lands in the place of what was closed. Writing to it fails there.
+    // The lowest free number is given out: /dev/null lands in the place of what was closed. Writing to it
+    // fails there.
     for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
         if (fcntl(file, F_GETFD) < 0) (void)open("/dev/null", O_RDONLY);
     }

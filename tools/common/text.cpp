@@ -35,9 +35,9 @@ Decoded Decode(std::string_view text) {
 }
 
 bool IsPlain(uint32_t point) {
-    if (point < 0x20 || (point >= 0x7F && point < 0xA0)) return false;      // controls
-    if (point >= 0x200B && point <= 0x200F) return false;                  // invisible, and writing direction
-    if (point >= 0x2028 && point <= 0x202E) return false;                  // line ends, and writing direction
+    if (point < 0x20 || (point >= 0x7F && point < 0xA0)) return false;  // controls
+    if (point >= 0x200B && point <= 0x200F) return false;               // invisible, and writing direction
+    if (point >= 0x2028 && point <= 0x202E) return false;               // line ends, and writing direction
     if (point >= 0x2060 && point <= 0x206F) return false;
     return point != 0xFEFF && (point < 0xFFF0 || point > 0xFFFF) && point < 0xE0000;
 }
@@ -73,7 +73,8 @@ std::string Printable(std::string_view text) {
         if (next.length != 0 && IsPlain(next.point) && (next.point < 0x80 || locale_is_utf8)) {
             out += text.substr(0, length);
         } else {
-            for (const char c : text.substr(0, length)) out += fmt::format("\\x{:02x}", static_cast<uint8_t>(c));
+            for (const char c : text.substr(0, length))
+                out += fmt::format("\\x{:02x}", static_cast<uint8_t>(c));
         }
         text.remove_prefix(length);
     }

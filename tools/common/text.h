@@ -17,8 +17,8 @@ std::string_view ArrayText(const void *array, size_t size);
 void UseLocale();
 bool LocaleIsUtf8();
 
-// Text that came from elsewhere, safe to print: control characters, invalid bytes, marks that turn the writing
-// direction, and what the locale cannot show become \xNN.
+// Text that came from elsewhere, safe to print: control characters, invalid bytes, marks that turn the
+// writing direction, and what the locale cannot show become \xNN.
 std::string Printable(std::string_view text);
 
 // The text, ended by a line feed.

@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
 
 #include "area.h"
 #include "output.h"
@@ -25,18 +27,23 @@ bool IsInUse() { return tools::AreaExists() && tools::SemaphoresInPlace() == std
 int Check() {
     if (!tools::AreaExists()) return Refuse(tools::WhyNoArea());
     const size_t missing = std::size(midware::kModules) - tools::SemaphoresInPlace();
-    if (missing != 0) return Refuse(fmt::format("{} of the module semaphores are missing: run midware-init", missing));
+    if (missing != 0)
+        return Refuse(fmt::format("{} of the module semaphores are missing: run midware-init", missing));
     return Say("the shared area is in use");
 }
 
 int Initialise(bool fresh) {
     const bool was_in_use = IsInUse();
     if (was_in_use && !fresh) {
-        return Say("the shared area is in use: left as it is (--fresh starts afresh and discards every record)");
+        return Say(
+            "the shared area is in use: left as it is (--fresh starts afresh and discards every record)");
     }
+    errno = 0;
     if (MW_MidWareInit() < 0) {
-        if (!tools::AreaExists()) return Refuse("the shared area could not be created: " + tools::WhyNoArea());
-        return Refuse(tools::WhyNotLocked(MW_AREA_KEY));
+        const int error = errno;
+        if (tools::AreaExists()) return Refuse(tools::WhyNotLocked(MW_AREA_KEY));
+        return Refuse(fmt::format("the shared area could not be created: {}",
+                                  error == 0 ? "the platform says no more" : std::strerror(error)));
     }
     const size_t missing = std::size(midware::kModules) - tools::SemaphoresInPlace();
     if (missing != 0) return Refuse(fmt::format("{} of the module semaphores could not be created", missing));
@@ -53,12 +60,15 @@ int main(int argc, char **argv) {
 
     bool fresh = false;
     bool check = false;
-    CLI::App app("Creates the area that the processes of the management controller share. On one that is in use it "
-                 "does nothing.",
-                 std::string(kProgram));
+    CLI::App app(
+        "Creates the area that the processes of the management controller share. On one that is in use it "
+        "does nothing.",
+        std::string(kProgram));
     app.set_version_flag("--version", "midware-init " MIDWARE_VERSION);
-    auto *fresh_option = app.add_flag("--fresh", fresh, "Starts afresh also when it is in use: discards every record");
-    app.add_flag("--check", check, "Changes nothing: only tells whether it is in use")->excludes(fresh_option);
+    auto *fresh_option =
+        app.add_flag("--fresh", fresh, "Starts afresh also when it is in use: discards every record");
+    app.add_flag("--check", check, "Changes nothing: only tells whether it is in use")
+        ->excludes(fresh_option);
     app.footer("Exit codes: 0 the area is in place, 1 it is not, 2 wrong usage.");
 
     try {

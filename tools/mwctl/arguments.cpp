@@ -47,8 +47,8 @@ CLI::Validator CodeOf(std::string what, std::string_view path, bool any_number) 
                 return {};
             }
             if (any_number && number && *number <= UINT32_MAX) return {};
-            return fmt::format("{} is {}{}, not '{}'", what, fmt::join(names, ", "), any_number ? " or a number" : "",
-                               text);
+            return fmt::format("{} is {}{}, not '{}'", what, fmt::join(names, ", "),
+                               any_number ? " or a number" : "", text);
         },
         fmt::format("{}{}", fmt::join(names, "|"), any_number ? "|NUMBER" : ""));
 }
@@ -63,6 +63,8 @@ CLI::Validator YesNo(std::string what) {
         "yes|no");
 }
 
-uint32_t NumberOf(const std::string &checked) { return static_cast<uint32_t>(tools::ParseNumber(checked).value_or(0)); }
+uint32_t NumberOf(const std::string &checked) {
+    return static_cast<uint32_t>(tools::ParseNumber(checked).value_or(0));
+}
 
 }  // namespace mwctl

@@ -3,7 +3,6 @@
 #define MWCTL_COMMAND_H
 
 #include <CLI/CLI.hpp>
-
 #include <functional>
 #include <string>
 #include <string_view>
@@ -23,8 +22,8 @@ void Finish(std::string_view text, int code = 0);
 // One line on standard error, and exit code 1.
 void Fail(std::string_view text);
 
-// Calls the library for a change; when it answers -1, says why and what to do. `core` is the module whose semaphore is
-// taken, NULL for a call that needs no shared area.
+// Calls the library for a change; when it answers -1, says why and what to do. `core` is the module whose
+// semaphore is taken, NULL for a call that needs no shared area.
 bool Change(const midware::Module *core, const std::function<int32_t()> &call);
 
 void AddShow(CLI::App &app);

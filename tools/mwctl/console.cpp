@@ -16,7 +16,8 @@ Listen *listener = nullptr;
 std::string Formatted(const char *format, va_list arguments) {
     char text[1024];
     const int length = std::vsnprintf(text, sizeof text, format, arguments);
-    std::string message(text, length < 0 ? 0 : std::min<size_t>(static_cast<size_t>(length), sizeof text - 1));
+    std::string message(text,
+                        length < 0 ? 0 : std::min<size_t>(static_cast<size_t>(length), sizeof text - 1));
     while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
     return message;
 }
@@ -34,6 +35,8 @@ int32_t Log(const char *function, int32_t level, const std::string &message) {
 
 Listen::Listen(Log log) : quiet_(log == Log::kQuiet) { listener = this; }
 Listen::~Listen() { listener = nullptr; }
+
+const Listen *Listen::Current() { return listener; }
 
 void Listen::Take(const std::string &message) {
     last_ = message;

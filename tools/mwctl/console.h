@@ -1,5 +1,5 @@
-// What the library says while the tool calls it. The library writes some of its messages to standard output and others to
-// the system's log; this program stands in for those functions and takes the messages down.
+// What the library says while the tool calls it. The library writes some of its messages to standard output
+// and others to the system's log; this program stands in for those functions and takes the messages down.
 #ifndef MWCTL_CONSOLE_H
 #define MWCTL_CONSOLE_H
 
@@ -7,10 +7,10 @@
 
 namespace mwctl {
 
-// Takes down what is said as long as it lives. While a quiet one lives the log gets nothing: looking at records is no
-// event worth a line.
+// Takes down what is said as long as it lives. While a quiet one lives the log gets nothing: looking at
+// records is no event worth a line.
 class Listen {
- public:
+  public:
     enum class Log { kQuiet, kLoud };
     explicit Listen(Log log);
     ~Listen();
@@ -18,11 +18,14 @@ class Listen {
     Listen &operator=(const Listen &) = delete;
 
     bool Heard(const char *words) const;
+    // Whether a semaphore was not had in time: further calls would wait as long again.
+    bool HeardLockFailure() const { return Heard("sem lock failed"); }
+    static const Listen *Current();
     const std::string &last() const { return last_; }
     void Take(const std::string &message);
     bool quiet() const { return quiet_; }
 
- private:
+  private:
     bool quiet_;
     std::string all_;
     std::string last_;

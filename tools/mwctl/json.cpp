@@ -8,22 +8,28 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json ToJson(const Layout &layout, const std::byte *bytes);
+Json ToJson(const Layout &layout, const std::byte *bytes, Chosen chosen);
 
 Json Element(const Field &field, const std::byte *bytes, uint32_t index) {
     if (HasNoValue(field, bytes, index)) return nullptr;
     switch (field.kind) {
-        case Kind::kSigned: return SignedAt(field, bytes, index);
-        case Kind::kFloat: return FloatAt(field, bytes, index);
-        case Kind::kText: return std::string(TextAt(field, bytes, index));
+        case Kind::kSigned:
+            return SignedAt(field, bytes, index);
+        case Kind::kFloat:
+            return FloatAt(field, bytes, index);
+        case Kind::kText:
+            return std::string(TextAt(field, bytes, index));
         case Kind::kBytes:
-        case Kind::kEvent: return HexAt(field, bytes, index, "");
-        case Kind::kRecord: return ToJson(*field.layout, ElementAt(field, bytes, index));
+        case Kind::kEvent:
+            return HexAt(field, bytes, index, "");
+        case Kind::kRecord:
+            return ToJson(*field.layout, ElementAt(field, bytes, index), Chosen::kAll);
         case Kind::kUnsigned:
         case Kind::kCode:
         case Kind::kFlags:
         case Kind::kSwitch:
-        case Kind::kState: break;
+        case Kind::kState:
+            break;
     }
     return UnsignedAt(field, bytes, index);
 }
@@ -36,12 +42,12 @@ Json Value(const Field &field, const std::byte *bytes) {
 }
 
 // What the numbers of a record mean.
-Json Decoded(const Layout &layout, const std::byte *bytes) {
+Json Decoded(const Layout &layout, const std::byte *bytes, Chosen chosen) {
     Json decoded = Json::object();
     Json asserted = Json::array();
     bool has_states = false;
     for (const Field &field : layout.fields) {
-        if (!IsShown(layout, field, bytes)) continue;
+        if (!IsShown(field, bytes, chosen)) continue;
         if (field.kind == Kind::kState && field.count == 0) {
             has_states = true;
             if (UnsignedAt(field, bytes) != 0) asserted.push_back(std::string(field.name));
@@ -60,12 +66,13 @@ Json Decoded(const Layout &layout, const std::byte *bytes) {
     return decoded;
 }
 
-Json ToJson(const Layout &layout, const std::byte *bytes) {
+Json ToJson(const Layout &layout, const std::byte *bytes, Chosen chosen) {
     Json json = Json::object();
     for (const Field &field : layout.fields) {
-        if (!field.name.empty() && IsShown(layout, field, bytes)) json[std::string(field.name)] = Value(field, bytes);
+        if (field.name.empty() || !IsShown(field, bytes, chosen)) continue;
+        json[std::string(field.name)] = Value(field, bytes);
     }
-    Json decoded = Decoded(layout, bytes);
+    Json decoded = Decoded(layout, bytes, chosen);
     if (!decoded.empty()) json["decoded"] = std::move(decoded);
     return json;
 }
@@ -73,7 +80,8 @@ Json ToJson(const Layout &layout, const std::byte *bytes) {
 Json ToJson(const Record &record, const Slot &slot) {
     Json json = Json::object();
     if (record.capacity != 0) json["slot"] = slot.number;
-    json.update(ToJson(*record.layout, slot.bytes));
+    if (!slot.name.empty()) json["name"] = slot.name;
+    json.update(ToJson(*record.layout, slot.bytes, record.chosen));
     if (record.notes != nullptr) {
         std::vector<Note> notes;
         record.notes(slot.bytes, notes);

@@ -7,7 +7,9 @@ namespace mwctl {
 
 int exit_code = tools::kDone;
 
-void Finish(std::string_view text, int code) { exit_code = tools::Print(kProgram, text) ? code : tools::kFailed; }
+void Finish(std::string_view text, int code) {
+    exit_code = tools::Print(kProgram, text) ? code : tools::kFailed;
+}
 
 void Fail(std::string_view text) {
     tools::Complain(kProgram, text);
@@ -37,7 +39,8 @@ int main(int argc, char **argv) {
         mwctl::Finish(tools::EndedLine(text.str()));
     } catch (const CLI::ParseError &error) {
         const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
-        const std::string what = unknown ? "there is no command '" + app.remaining().front() + "'" : error.what();
+        const std::string what =
+            unknown ? "there is no command '" + app.remaining().front() + "'" : error.what();
         tools::Complain(mwctl::kProgram, tools::Printable(what) + " (see --help)");
         return tools::kUsage;
     }

@@ -1,8 +1,8 @@
 #include "read.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
+
+#include <algorithm>
 
 #include "area.h"
 #include "console.h"
@@ -12,11 +12,13 @@ namespace mwctl {
 
 std::string WhyItFailed(const Listen &listen, const midware::Module *core, bool no_area) {
     if (!no_area && !tools::AreaExists()) return tools::WhyNoArea();
-    if (listen.Heard("sem lock failed")) {
+    if (listen.HeardLockFailure()) {
         return core == nullptr ? "a semaphore was not had within 500 ms: see mwctl status"
                                : tools::WhyNotLocked(core->key);
     }
-    if (listen.Heard("count over")) return "the stored count is above the maximum: the records' owner must write them anew";
+    if (listen.Heard("count over")) {
+        return "the stored count is above the maximum: the owner of the records has to write them anew";
+    }
     if (!listen.last().empty()) return "the library says: " + tools::Printable(listen.last());
     return no_area ? "the configuration file cannot be read" : "the library answered -1";
 }
@@ -29,22 +31,36 @@ Reading Read(const Module &module, const Record &record) {
     Reading reading{.record = &record};
     Listen listen(Listen::Log::kQuiet);
     if ((!record.no_area && !tools::AreaExists()) || record.read(room.data(), reading.count) < 0) {
-        reading.problem = WhyItFailed(listen, record.core != nullptr ? record.core : module.core, record.no_area);
+        reading.problem =
+            WhyItFailed(listen, record.core != nullptr ? record.core : module.core, record.no_area);
+        reading.stuck = listen.HeardLockFailure();
         return reading;
     }
     const uint32_t shown = std::min(reading.count, std::max(record.capacity, 1u));
     const std::byte *bytes = reinterpret_cast<const std::byte *>(room.data());
     reading.bytes.assign(bytes, bytes + size_t{shown} * record.layout->size);
+    const std::vector<std::string> names =
+        record.names == nullptr ? std::vector<std::string>() : record.names();
     for (uint32_t i = 0; i < shown; ++i) {
         const std::byte *slot = reading.bytes.data() + size_t{i} * record.layout->size;
-        if (record.used == nullptr || record.used(slot)) reading.slots.push_back({record.first_number + i, slot});
+        if (record.used != nullptr && !record.used(slot)) continue;
+        reading.slots.push_back({record.first_number + i, i < names.size() ? names[i] : std::string(), slot});
     }
     return reading;
 }
 
 ModuleReading Read(const Module &module) {
     ModuleReading reading{.module = &module};
-    for (const Record &record : module.records) reading.records.push_back(Read(module, record));
+    for (const Record &record : module.records) {
+        // Waiting once for a semaphore that is not released is enough.
+        const auto stuck =
+            std::find_if(reading.records.begin(), reading.records.end(), [&](const Reading &other) {
+                return other.stuck && other.record->core == record.core && !record.no_area;
+            });
+        reading.records.push_back(stuck == reading.records.end()
+                                      ? Read(module, record)
+                                      : Reading{.record = &record, .problem = stuck->problem, .stuck = true});
+    }
     return reading;
 }
 

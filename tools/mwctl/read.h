@@ -11,6 +11,7 @@ namespace mwctl {
 
 struct Slot {
     uint32_t number;
+    std::string name;  // where it has one
     const std::byte *bytes;
 };
 
@@ -18,9 +19,10 @@ struct Slot {
 struct Reading {
     const Record *record;
     std::string problem{};           // why it could not be read; empty when it was
+    bool stuck = false;              // its semaphore was not had in time
     std::vector<std::byte> bytes{};  // of all slots
     std::vector<Slot> slots{};       // those in use
-    uint32_t count = 0;            // as stored, which may be more than there can be
+    uint32_t count = 0;              // as stored, which may be more than there can be
 };
 
 struct ModuleReading {

@@ -40,13 +40,22 @@ std::vector<ModuleReading> ReadChosen() {
     return readings;
 }
 
-// What could not be read, a line each.
+// What could not be read: a line for each record, or one for the module where the reason is the same for all
+// of it.
 std::vector<std::string> Problems(const std::vector<ModuleReading> &readings) {
     std::vector<std::string> problems;
     for (const ModuleReading &reading : readings) {
+        std::vector<std::string> seen;
         for (const Reading &record : reading.records) {
-            if (record.problem.empty()) continue;
-            problems.push_back(fmt::format("{}.{}: {}", reading.module->name, record.record->name, record.problem));
+            if (record.problem.empty() || std::find(seen.begin(), seen.end(), record.problem) != seen.end())
+                continue;
+            const bool alone = std::none_of(
+                reading.records.begin(), reading.records.end(),
+                [&](const Reading &other) { return &other != &record && other.problem == record.problem; });
+            seen.push_back(record.problem);
+            problems.push_back(
+                alone ? fmt::format("{}.{}: {}", reading.module->name, record.record->name, record.problem)
+                      : fmt::format("{}: {}", reading.module->name, record.problem));
         }
     }
     return problems;
@@ -65,7 +74,9 @@ void Show() {
     std::string text;
     if (options.json) {
         nlohmann::ordered_json document = nlohmann::ordered_json::object();
-        for (const ModuleReading &reading : readings) document[std::string(reading.module->name)] = ToJson(reading);
+        for (const ModuleReading &reading : readings) {
+            document[std::string(reading.module->name)] = ToJson(reading);
+        }
         if (!problems.empty()) document["errors"] = problems;
         text = Document(document);
     } else {
@@ -79,7 +90,8 @@ void Show() {
 
 void AddShow(CLI::App &app) {
     CLI::App *show = app.add_subcommand("show", "Reads records and prints them");
-    show->add_option("MODULE", options.modules, "What to show; everything when none is named: " + NamesOfModules())
+    show->add_option("MODULE", options.modules,
+                     "What to show; everything when none is named: " + NamesOfModules())
         ->check(CheckModule);
     show->add_flag("--json", options.json, "One JSON document with every field under its name");
     show->footer("A list shows the slots in use. Reserved bytes are shown when they are not zero.");

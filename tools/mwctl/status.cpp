@@ -30,13 +30,13 @@ std::string StateText(const OalSemStatus &status) {
 
 std::string AsText() {
     std::string text = fmt::format("Shared area {}: present, {} bytes\n\n", MW_AREA_KEY, MW_AREA_SIZE);
-    text += fmt::format("{:<9} {:>7} {:>7} {:>9} {:>10} {:>9} {:>9}  {}\n", "area", "offset", "bytes", "semaphore",
-                        "taken", "contended", "recovered", "state");
+    text += fmt::format("{:<9} {:>7} {:>7} {:>9} {:>10} {:>9} {:>9}  {}\n", "area", "offset", "bytes",
+                        "semaphore", "taken", "contended", "recovered", "state");
     for (const midware::Module *module : midware::kModules) {
         const OalSemStatus status = tools::SemStatus(module->key);
-        text += fmt::format("{:<9} {:>7} {:>7} {:>9} {:>10} {:>9} {:>9}  {}\n", NameOf(*module), module->offset,
-                            module->size, module->key, status.taken, status.contended, status.recovered,
-                            StateText(status));
+        text += fmt::format("{:<9} {:>7} {:>7} {:>9} {:>10} {:>9} {:>9}  {}\n", NameOf(*module),
+                            module->offset, module->size, module->key, status.taken, status.contended,
+                            status.recovered, StateText(status));
     }
     return text;
 }
@@ -53,7 +53,8 @@ Json ToJson(const OalSemStatus &status, uint32_t key) {
 }
 
 std::string AsJson(bool present) {
-    Json document = {{"key", MW_AREA_KEY}, {"present", present}, {"size", MW_AREA_SIZE}, {"areas", Json::array()}};
+    Json document = {
+        {"key", MW_AREA_KEY}, {"present", present}, {"size", MW_AREA_SIZE}, {"areas", Json::array()}};
     for (const midware::Module *module : midware::kModules) {
         document["areas"].push_back({{"name", std::string(NameOf(*module))},
                                      {"offset", module->offset},
@@ -74,9 +75,11 @@ void Status() {
 }  // namespace
 
 void AddStatus(CLI::App &app) {
-    CLI::App *status = app.add_subcommand("status", "Shows the shared area, its module areas and their semaphores");
+    CLI::App *status =
+        app.add_subcommand("status", "Shows the shared area, its module areas and their semaphores");
     status->add_flag("--json", as_json, "One JSON document");
-    status->footer("Exit codes: 0 all is in place, 1 the area or a semaphore is missing or must not be used.");
+    status->footer(
+        "Exit codes: 0 all is in place, 1 the area or a semaphore is missing or must not be used.");
     status->callback(Status);
 }
 

@@ -6,12 +6,13 @@ namespace mwctl {
 namespace {
 
 // What is shown first; a module that is not listed comes last.
-constexpr std::string_view kOrder[] = {"board", "firmware", "cpu",      "memory", "pcie",  "nic",
-                                       "fc",    "gpu",      "custcard", "raid",   "disks", "backplane",
+constexpr std::string_view kOrder[] = {"board", "firmware", "cpu",      "memory", "pcie",   "nic",
+                                       "fc",    "gpu",      "custcard", "raid",   "disks",  "backplane",
                                        "fan",   "thermal",  "power",    "pem",    "health", "services"};
 
 auto Place(const Module &module) {
-    return std::pair(std::find(std::begin(kOrder), std::end(kOrder), module.name) - std::begin(kOrder), module.name);
+    return std::pair(std::find(std::begin(kOrder), std::end(kOrder), module.name) - std::begin(kOrder),
+                     module.name);
 }
 
 std::vector<Module> &Known() {
@@ -30,7 +31,8 @@ Plug::Plug(const Module &module) {
 const std::vector<Module> &Modules() { return Known(); }
 
 const Module *FindModule(std::string_view name) {
-    const auto found = std::find_if(Known().begin(), Known().end(), [&](const Module &m) { return m.name == name; });
+    const auto found =
+        std::find_if(Known().begin(), Known().end(), [&](const Module &m) { return m.name == name; });
     return found == Known().end() ? nullptr : &*found;
 }
 
@@ -57,10 +59,6 @@ const Field *FindField(std::string_view path) {
         layout = field->layout;
     }
     return field;
-}
-
-bool ReadsFieldByField(const Layout &layout) {
-    return std::any_of(layout.fields.begin(), layout.fields.end(), [](const Field &f) { return f.getter != nullptr; });
 }
 
 }  // namespace mwctl

@@ -1,30 +1,39 @@
-// The table of modules, records and fields: what the shared area holds, told once. Every view (text, JSON and whatever
-// comes later) walks it; reading is in read.h, printing in the views.
+// clang-format off
+// The table of modules, records and fields: what the shared area holds, told once. Every view (text, JSON and
+// whatever comes later) walks it; reading is in read.h, printing in the views.
 //
-// A module plugs in with one source file in modules/, picked up by itself:
+// A module plugs in with one source file in modules/, which the build picks up by itself. It describes structs,
+// all of their fields in order (a forgotten one does not compile; kind, offset and width follow from the struct):
 //
-//     MW_RECORD(ThingInfo,                                     // a struct of the public header, all its fields in order:
-//               MW_FIELD(dwIndex, "number"),                   // a forgotten one does not compile
-//               MW_FIELD(iTemp, "temperature").Unit("C"),      // kind, offset and width follow from the struct
-//               MW_FIELD(dwMode, "mode").Codes(kModes),
-//               MW_FIELD(ucFanFailState, "fan failed").State(),
-//               MW_FIELD(aucReserved, ""));                    // "Reserved" or "Pad" in a name: shown only when not zero
+//     MW_RECORD(ThingInfo,
+//               MW_FIELD(dwIndex, "number"),
+//               MW_FIELD(iTemp, "temperature").Unit("C"),
+//               MW_FIELD(dwMode, "mode").Codes(kModes),        // constexpr Code kModes[] = {{0, "off"}, ...};
+//               MW_FIELD(ucFailState, "failed").State(),       // all states become one line: "asserted"
+//               MW_FIELD(aucReserved, ""));                    // by its name: shown only when not zero
 //
-//     struct ThingWords {                                      // values that have a getter each; not a stored record
-//         uint32_t dwTotalPower;
-//     };
-//     MW_RECORD(ThingWords, MW_FIELD(dwTotalPower, "total power").Unit("W").Get<MW_GetThingTotalPower>());
+// the area from the module's own header, where a value that an exported function reads alone says so:
+//
+//     using midware::ThingArea;
+//     MW_RECORD(ThingArea,
+//               MW_FIELD(dwTotalPower, "total power").Unit("W").Get<MW_GetThingTotalPower>(),
+//               MW_FIELD(atThing, "thing"));
+//
+// and what can be read of it, and how:
 //
 //     constexpr Record kRecords[] = {
-//         Words<ThingWords>("totals", "Totals"),
-//         List<ThingInfo, MW_GetThingInfo>("things", "Things", MW_THING_MAX).Used<[](const ThingInfo &thing) {
-//             return thing.dwIndex != 0; }>(),
+//         Words<ThingArea>("totals", "Totals"),                          // the fields with a Get
+//         Slots<ThingInfo, CountThings>("power", "Power", 16),           // of each slot the fields with a GetAt
+//         List<ThingInfo, MW_GetThingInfo>("things", "Things", 16).Used<IsPresent>().Named<Labels>(),
 //         One<ThingPolicy, MW_GetThingPolicy>("policy", "Policy"),
-//         Custom<ThingView, ReadThingView>("view", "View", 16),  // int32_t ReadThingView(ThingView *slots, uint32_t &count)
+//         Custom<ThingView, ReadViews>("view", "View", 16),              // int32_t ReadViews(ThingView *, uint32_t &)
 //     };
-//     const Plug plug{{"thing", "Things", &midware::kThing, kRecords}};
+//     const Plug plug{{"thing", "Things", &midware::kThing, kRecords, &kLayout<ThingArea>}};
 //
-// Names of modules and records are what users type; the name of a field is that of the struct's member.
+// A struct of the tool's own describes what is handed out but not stored like that (modules/memory.cpp), and
+// modules/shared.h has what several modules need. Names of modules and records are what users type; the name of a
+// field is that of the struct's member. A module's settings are a source file in settings/ (command.h).
+// clang-format on
 #ifndef MWCTL_TABLE_H
 #define MWCTL_TABLE_H
 
@@ -62,13 +71,14 @@ struct Code {
 
 struct Layout;
 using Getter = int32_t (*)(void *value);
+using SlotGetter = int32_t (*)(uint32_t slot, void *value);
 
 struct Field {
     std::string_view name{};
     std::string_view label{};  // for people
     uint32_t offset = 0;
-    uint32_t width = 0;       // bytes; of an array those of one element
-    uint32_t count = 0;       // elements of an array; 0 when it is none
+    uint32_t width = 0;  // bytes; of an array those of one element
+    uint32_t count = 0;  // elements of an array; 0 when it is none
     Kind kind = Kind::kUnsigned;
     bool hex = false;         // a number that is shown in hexadecimal
     bool reserved = false;    // shown only when it is not zero
@@ -77,8 +87,9 @@ struct Field {
     int32_t counted_by = -1;  // offset in the record of the word that counts the elements in use
     std::string_view unit{};
     std::span<const Code> codes{};
-    const Layout *layout = nullptr;  // of a nested record
-    Getter getter = nullptr;         // of a value that is read on its own
+    const Layout *layout = nullptr;    // of a nested record
+    Getter getter = nullptr;           // of a value that is read on its own
+    SlotGetter slot_getter = nullptr;  // the same, of one slot
 
     constexpr uint32_t size() const { return width * (count == 0 ? 1 : count); }
 
@@ -131,8 +142,11 @@ struct Field {
     // The exported function that reads this value.
     template <auto function>
     constexpr Field Get() const;
+    // The exported function (slot, value) that reads this value of the slot with that index.
+    template <auto function>
+    constexpr Field GetAt() const;
 
- private:
+  private:
     constexpr Field With(Kind kind_of_it, std::span<const Code> names) const {
         Field field = *this;
         field.kind = kind_of_it;
@@ -207,6 +221,13 @@ struct FirstParameter<R (*)(First, More...)> {
     using type = First;
 };
 
+template <class T>
+struct SecondParameter;
+template <class R, class First, class Second>
+struct SecondParameter<R (*)(First, Second)> {
+    using type = Second;
+};
+
 }  // namespace detail
 
 // Bytes of a struct that have no name.
@@ -239,7 +260,20 @@ constexpr Field Field::Get() const {
         return result;
     };
     // The values in the table are constants: a wrong width does not compile.
-    return sizeof(Value) == width ? field : throw "the function reads a value of another width";
+    return sizeof(Value) == size() ? field : throw "the function reads a value of another width";
+}
+
+template <auto function>
+constexpr Field Field::GetAt() const {
+    using Value = std::remove_pointer_t<typename detail::SecondParameter<decltype(function)>::type>;
+    Field field = *this;
+    field.slot_getter = [](uint32_t slot, void *value) -> int32_t {
+        Value read{};
+        const int32_t result = function(slot, &read);
+        if (result >= 0) std::memcpy(value, &read, sizeof read);
+        return result;
+    };
+    return sizeof(Value) == size() ? field : throw "the function reads a value of another width";
 }
 
 // A computed line about a slot, such as a sum or a state in words.
@@ -248,6 +282,9 @@ struct Note {
     std::string label;  // for people
     std::string text;
 };
+
+// Which fields of a record were read.
+enum class Chosen : uint8_t { kAll, kWithGetter, kWithSlotGetter };
 
 struct Record {
     std::string_view name;
@@ -258,10 +295,12 @@ struct Record {
     int32_t (*read)(void *slots, uint32_t &count);
     bool (*used)(const void *slot) = nullptr;  // whether a slot is shown
     void (*notes)(const void *slot, std::vector<Note> &notes) = nullptr;
+    std::vector<std::string> (*names)() = nullptr;  // reads what the slots are called, such as "DIMM000"
+    Chosen chosen = Chosen::kAll;
     std::string_view slot_label = "slot";
-    uint32_t first_number = 0;                // what the first slot is called
-    const midware::Module *core = nullptr;    // whose semaphore is taken, where it is not the module's
-    bool no_area = false;                     // read from a file
+    uint32_t first_number = 0;              // what the first slot is called
+    const midware::Module *core = nullptr;  // whose semaphore is taken, where it is not the module's
+    bool no_area = false;                   // read from a file
 };
 
 template <class T>
@@ -276,13 +315,26 @@ struct RecordOf : Record {
     template <auto add>
     constexpr RecordOf Notes() const {
         RecordOf record = *this;
-        record.notes = [](const void *slot, std::vector<Note> &lines) { add(*static_cast<const T *>(slot), lines); };
+        record.notes = [](const void *slot, std::vector<Note> &lines) {
+            add(*static_cast<const T *>(slot), lines);
+        };
         return record;
     }
     constexpr RecordOf Numbered(std::string_view label_of_slot, uint32_t first) const {
         RecordOf record = *this;
         record.slot_label = label_of_slot;
         record.first_number = first;
+        return record;
+    }
+    template <std::vector<std::string> (*read_names)()>
+    constexpr RecordOf Named() const {
+        RecordOf record = *this;
+        record.names = read_names;
+        return record;
+    }
+    constexpr RecordOf Choose(Chosen fields) const {
+        RecordOf record = *this;
+        record.chosen = fields;
         return record;
     }
     constexpr RecordOf Under(const midware::Module &module) const {
@@ -316,21 +368,43 @@ constexpr RecordOf<T> List(std::string_view name, std::string_view label, uint32
              }}};
 }
 
-// Values that are read one by one: the fields of T that have a getter; others are not shown.
+// Values that are read one by one: the fields of T that have a Get; others are not shown.
 template <class T>
 constexpr RecordOf<T> Words(std::string_view name, std::string_view label) {
-    return {{name, label, &kLayout<T>, 0, [](void *slots, uint32_t &count) -> int32_t {
-                 count = 1;
-                 for (const Field &field : Described<T>::kFields) {
-                     if (field.getter == nullptr) continue;
-                     const int32_t result = field.getter(static_cast<char *>(slots) + field.offset);
-                     if (result < 0) return result;
-                 }
-                 return 0;
-             }}};
+    const RecordOf<T> record{{name, label, &kLayout<T>, 0, [](void *slots, uint32_t &count) -> int32_t {
+                                  count = 1;
+                                  for (const Field &field : Described<T>::kFields) {
+                                      if (field.getter == nullptr) continue;
+                                      const int32_t result =
+                                          field.getter(static_cast<char *>(slots) + field.offset);
+                                      if (result < 0) return result;
+                                  }
+                                  return 0;
+                              }}};
+    return record.Choose(Chosen::kWithGetter);
 }
 
-// Whatever else: `read`(T *slots, uint32_t &count) fills at most `capacity` slots; with a capacity of 0 it fills one.
+// The same of every slot: the fields of T that have a GetAt. `counted`(count) reads how many slots there are.
+template <class T, int32_t (*counted)(uint32_t &count)>
+constexpr RecordOf<T> Slots(std::string_view name, std::string_view label, uint32_t capacity) {
+    const RecordOf<T> record{
+        {name, label, &kLayout<T>, capacity, [](void *slots, uint32_t &count) -> int32_t {
+             int32_t result = counted(count);
+             const uint32_t room = MW_AREA_SIZE / sizeof(T);
+             for (uint32_t slot = 0; result >= 0 && slot < count && slot < room; ++slot) {
+                 char *bytes = static_cast<char *>(slots) + slot * sizeof(T);
+                 for (const Field &field : Described<T>::kFields) {
+                     if (field.slot_getter == nullptr || result < 0) continue;
+                     result = field.slot_getter(slot, bytes + field.offset);
+                 }
+             }
+             return result;
+         }}};
+    return record.Choose(Chosen::kWithSlotGetter);
+}
+
+// Whatever else: `read`(T *slots, uint32_t &count) fills at most `capacity` slots; with a capacity of 0 it
+// fills one.
 template <class T, auto fill>
 constexpr RecordOf<T> Custom(std::string_view name, std::string_view label, uint32_t capacity) {
     return {{name, label, &kLayout<T>, capacity, [](void *slots, uint32_t &count) -> int32_t {
@@ -344,6 +418,7 @@ struct Module {
     std::string_view label;
     const midware::Module *core;  // whose semaphore its records are read under; NULL when they differ
     std::span<const Record> records;
+    const Layout *area = nullptr;  // the module's whole area, for views of its bytes
 };
 
 // Makes a module known.
@@ -355,11 +430,9 @@ struct Plug {
 const std::vector<Module> &Modules();
 const Module *FindModule(std::string_view name);
 
-// The field MODULE.RECORD.FIELD, of a nested record MODULE.RECORD.FIELD.FIELD and so on; NULL when there is none.
+// The field MODULE.RECORD.FIELD, of a nested record MODULE.RECORD.FIELD.FIELD and so on; NULL when there is
+// none.
 const Field *FindField(std::string_view path);
-
-// True when only the fields with a getter of their own are shown.
-bool ReadsFieldByField(const Layout &layout);
 
 }  // namespace mwctl
 

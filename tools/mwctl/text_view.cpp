@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
+#include <numeric>
 
 #include "text.h"
 #include "value.h"
@@ -12,6 +12,7 @@ namespace {
 
 constexpr size_t kPageWidth = 79;
 constexpr size_t kIndent = 2;
+constexpr size_t kLeastWidth = 30;  // of a column whose words are wrapped
 
 struct Line {
     std::string label;
@@ -40,13 +41,21 @@ std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
     };
     std::string text;
     switch (field.kind) {
-        case Kind::kUnsigned: text = number(); break;
-        case Kind::kSigned: text = fmt::format("{}", SignedAt(field, bytes, index)); break;
-        case Kind::kFloat: text = fmt::format("{:.6g}", FloatAt(field, bytes, index)); break;
-        case Kind::kText: return tools::Printable(TextAt(field, bytes, index));
+        case Kind::kUnsigned:
+            text = number();
+            break;
+        case Kind::kSigned:
+            text = fmt::format("{}", SignedAt(field, bytes, index));
+            break;
+        case Kind::kFloat:
+            text = fmt::format("{:.6g}", FloatAt(field, bytes, index));
+            break;
+        case Kind::kText:
+            return tools::Printable(TextAt(field, bytes, index));
         case Kind::kBytes:
             return IsZero(ElementAt(field, bytes, index), field.width) ? "" : HexAt(field, bytes, index, " ");
-        case Kind::kEvent: return HexAt(field, bytes, index, " ");
+        case Kind::kEvent:
+            return HexAt(field, bytes, index, " ");
         case Kind::kCode: {
             const std::string_view name = CodeName(field, value);
             return name.empty() ? number() : fmt::format("{} ({})", name, number());
@@ -57,8 +66,10 @@ std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
                                  : fmt::format("{} (0x{:x})", fmt::join(names, ", "), value);
         }
         case Kind::kSwitch:
-        case Kind::kState: return value == 0 ? "no" : value == 1 ? "yes" : number();
-        case Kind::kRecord: break;
+        case Kind::kState:
+            return value == 0 ? "no" : value == 1 ? "yes" : number();
+        case Kind::kRecord:
+            break;
     }
     return field.unit.empty() ? text : fmt::format("{} {}", text, field.unit);
 }
@@ -76,7 +87,8 @@ std::string AssertedStates(const Layout &layout, const std::byte *bytes) {
 
 void AddArray(const Field &field, const std::byte *bytes, Block &block) {
     const uint32_t used = ElementsInUse(field, bytes);
-    const bool numbered = field.kind == Kind::kText || field.kind == Kind::kBytes || field.kind == Kind::kEvent;
+    const bool numbered =
+        field.kind == Kind::kText || field.kind == Kind::kBytes || field.kind == Kind::kEvent;
     std::vector<std::string> elements;
     for (uint32_t i = 0; i < used; ++i) {
         std::string shown = Shown(field, bytes, i);
@@ -88,7 +100,8 @@ void AddArray(const Field &field, const std::byte *bytes, Block &block) {
     }
     const bool quiet = field.quiet_zero && IsZero(field, bytes);
     if (!numbered) {
-        block.lines.push_back({std::string(field.label), quiet ? "" : fmt::format("{}", fmt::join(elements, " ")), Line::Form::kWords});
+        block.lines.push_back({std::string(field.label),
+                               quiet ? "" : fmt::format("{}", fmt::join(elements, " ")), Line::Form::kWords});
     }
 }
 
@@ -96,35 +109,41 @@ Line::Form FormOf(const Field &field) {
     switch (field.kind) {
         case Kind::kUnsigned:
         case Kind::kSigned:
-        case Kind::kFloat: return Line::Form::kNumber;
+        case Kind::kFloat:
+            return Line::Form::kNumber;
         case Kind::kBytes:
-        case Kind::kFlags: return Line::Form::kWords;
-        default: return Line::Form::kText;
+        case Kind::kFlags:
+            return Line::Form::kWords;
+        default:
+            return Line::Form::kText;
     }
 }
 
-Block BlockOf(const Layout &layout, const std::byte *bytes) {
+Block BlockOf(const Layout &layout, const std::byte *bytes, Chosen chosen) {
     Block block;
     bool states_shown = false;
     for (const Field &field : layout.fields) {
-        if (!IsShown(layout, field, bytes)) continue;
+        if (!IsShown(field, bytes, chosen)) continue;
         if (field.kind == Kind::kRecord) {
-            Block::Nested nested{std::string(field.label), field.count == 0 ? "" : std::string(field.label), {}, {}};
+            Block::Nested nested{
+                std::string(field.label), field.count == 0 ? "" : std::string(field.label), {}, {}};
             const uint32_t used = field.count == 0 ? 1 : ElementsInUse(field, bytes);
             for (uint32_t i = 0; i < used; ++i) {
                 const std::byte *element = ElementAt(field, bytes, i);
                 if (field.count != 0 && field.counted_by < 0 && IsZero(element, field.width)) continue;
                 nested.numbers.push_back(i + 1);
-                nested.blocks.push_back(BlockOf(*field.layout, element));
+                nested.blocks.push_back(BlockOf(*field.layout, element, Chosen::kAll));
             }
             if (!nested.blocks.empty()) block.nested.push_back(std::move(nested));
         } else if (field.kind == Kind::kState && field.count == 0) {
-            if (!states_shown) block.lines.push_back({"asserted", AssertedStates(layout, bytes), Line::Form::kWords});
+            if (!states_shown)
+                block.lines.push_back({"asserted", AssertedStates(layout, bytes), Line::Form::kWords});
             states_shown = true;
         } else if (field.reserved) {
             Field raw = field;
             raw.width = field.size();
-            block.lines.push_back({fmt::format("reserved at {}", field.offset), HexAt(raw, bytes, 0, " "), Line::Form::kWords});
+            block.lines.push_back(
+                {fmt::format("reserved at {}", field.offset), HexAt(raw, bytes, 0, " "), Line::Form::kWords});
         } else if (field.count != 0) {
             AddArray(field, bytes, block);
         } else {
@@ -134,26 +153,24 @@ Block BlockOf(const Layout &layout, const std::byte *bytes) {
     return block;
 }
 
-// Appends the value, in more than one line where it is words in a row that do not fit.
-void AppendValue(std::string &out, const Line &line, size_t column) {
-    std::string_view rest = line.value;
-    const size_t room = kPageWidth - std::min(column, kPageWidth - 20);
-    while (line.form == Line::Form::kWords && rest.size() > room) {
-        const size_t blank = rest.rfind(' ', room);
-        if (blank == rest.npos || blank == 0) break;
-        out += rest.substr(0, blank);
+// Appends words, in more than one line where they do not fit between this column and the edge of the page.
+void AppendWrapped(std::string &out, std::string_view words, size_t column) {
+    const size_t room = std::max(kPageWidth - std::min(column, kPageWidth), kLeastWidth);
+    while (words.size() > room) {
+        const size_t blank = words.rfind(' ', room);
+        if (blank == words.npos || blank == 0) break;
+        out += words.substr(0, blank);
         out += '\n' + std::string(column, ' ');
-        rest.remove_prefix(blank + 1);
+        words.remove_prefix(blank + 1);
     }
-    out += rest;
-    out += '\n';
+    out += words;
 }
 
 void AppendBlock(std::string &out, const Block &block, size_t indent);
 
 struct Column {
     std::string head;
-    bool numbers;  // shown to the right
+    Line::Form form;
     std::vector<std::string> cells;
 
     bool IsEmpty() const {
@@ -166,47 +183,58 @@ struct Column {
     }
 };
 
-// One column a label, in the order in which they first come up.
+// One column a label, in the order in which they first come up, but words in a row last: they may be wrapped.
 std::vector<Column> ColumnsOf(const std::string &slot_label, const std::vector<uint32_t> &numbers,
                               const std::vector<Block> &blocks) {
-    std::vector<Column> columns{{slot_label, true, {}}};
+    std::vector<Column> columns{{slot_label, Line::Form::kNumber, {}}};
     for (uint32_t number : numbers) columns[0].cells.push_back(fmt::format("{}", number));
     for (size_t slot = 0; slot < blocks.size(); ++slot) {
         for (const Line &line : blocks[slot].lines) {
             auto column = std::find_if(columns.begin() + 1, columns.end(),
                                        [&](const Column &known) { return known.head == line.label; });
             if (column == columns.end()) {
-                column = columns.insert(columns.end(), {line.label, line.form == Line::Form::kNumber,
-                                                        std::vector<std::string>(blocks.size())});
+                column = columns.insert(columns.end(),
+                                        {line.label, line.form, std::vector<std::string>(blocks.size())});
             }
             column->cells[slot] = line.value;
         }
     }
     std::erase_if(columns, [](const Column &column) { return column.IsEmpty(); });
+    std::stable_partition(columns.begin(), columns.end(),
+                          [](const Column &column) { return column.form != Line::Form::kWords; });
     return columns;
 }
 
 // Slots as a table, a line each. False when they do not fit into one.
 bool AppendTable(std::string &out, const std::string &slot_label, const std::vector<uint32_t> &numbers,
                  const std::vector<Block> &blocks, size_t indent) {
-    if (std::any_of(blocks.begin(), blocks.end(), [](const Block &block) { return !block.nested.empty(); })) return false;
+    if (std::any_of(blocks.begin(), blocks.end(), [](const Block &block) { return !block.nested.empty(); }))
+        return false;
 
-    std::vector<std::string> rows(blocks.size() + 1, std::string(indent, ' '));
-    size_t total = indent;
-    for (const Column &column : ColumnsOf(slot_label, numbers, blocks)) {
-        const size_t width = column.Width();
-        total += width + kIndent;
-        for (size_t row = 0; row < rows.size(); ++row) {
+    const std::vector<Column> columns = ColumnsOf(slot_label, numbers, blocks);
+    std::vector<size_t> widths;
+    for (const Column &column : columns) widths.push_back(column.Width());
+    const size_t last =
+        indent + std::accumulate(widths.begin(), widths.end() - 1, kIndent * (widths.size() - 1));
+    const bool wraps = columns.back().form == Line::Form::kWords;
+    if (wraps ? last + kLeastWidth > kPageWidth : last + widths.back() > kPageWidth) return false;
+
+    for (size_t row = 0; row <= blocks.size(); ++row) {
+        std::string text(indent, ' ');
+        for (size_t c = 0; c < columns.size(); ++c) {
+            const Column &column = columns[c];
             std::string cell = row == 0 ? column.head : column.cells[row - 1];
             if (cell.empty()) cell = "-";
-            const std::string pad(width - tools::Columns(cell), ' ');
-            rows[row] += (column.numbers ? pad + cell : cell + pad) + "  ";
+            if (c + 1 == columns.size() && wraps) {
+                AppendWrapped(text, cell, last);
+                continue;
+            }
+            const std::string pad(widths[c] - tools::Columns(cell), ' ');
+            text +=
+                (column.form == Line::Form::kNumber ? pad + cell : cell + pad) + std::string(kIndent, ' ');
         }
-    }
-    if (total - kIndent > kPageWidth) return false;
-    for (std::string &row : rows) {
-        row.erase(row.find_last_not_of(' ') + 1);
-        out += row + '\n';
+        text.erase(text.find_last_not_of(' ') + 1);
+        out += text + '\n';
     }
     return true;
 }
@@ -227,8 +255,14 @@ void AppendBlock(std::string &out, const Block &block, size_t indent) {
     }
     for (const Line &line : block.lines) {
         if (line.value.empty()) continue;
-        out += fmt::format("{:{}}{}{:{}}", "", indent, line.label, "", width - tools::Columns(line.label) + kIndent);
-        AppendValue(out, line, indent + width + kIndent);
+        out += fmt::format("{:{}}{}{:{}}", "", indent, line.label, "",
+                           width - tools::Columns(line.label) + kIndent);
+        if (line.form == Line::Form::kWords) {
+            AppendWrapped(out, line.value, indent + width + kIndent);
+        } else {
+            out += line.value;
+        }
+        out += '\n';
     }
     for (const Block::Nested &nested : block.nested) {
         if (nested.slot_label.empty()) {
@@ -252,10 +286,16 @@ void AppendRecord(std::string &out, const Reading &reading) {
     std::vector<Block> blocks;
     for (const Slot &slot : reading.slots) {
         numbers.push_back(slot.number);
-        blocks.push_back(BlockOf(*record.layout, slot.bytes));
+        blocks.push_back(BlockOf(*record.layout, slot.bytes, record.chosen));
+        if (!slot.name.empty()) {
+            std::vector<Line> &lines = blocks.back().lines;
+            lines.insert(lines.begin(), {"name", tools::Printable(slot.name)});
+        }
         std::vector<Note> notes;
         if (record.notes != nullptr) record.notes(slot.bytes, notes);
-        for (const Note &note : notes) blocks.back().lines.push_back({note.label, tools::Printable(note.text)});
+        for (const Note &note : notes) {
+            blocks.back().lines.push_back({note.label, tools::Printable(note.text)});
+        }
     }
     if (blocks.empty()) {
         out += fmt::format("{:{}}none\n", "", indent);
@@ -265,8 +305,8 @@ void AppendRecord(std::string &out, const Reading &reading) {
         AppendList(out, std::string(record.slot_label), numbers, blocks, indent);
     }
     if (record.capacity != 0 && reading.count > record.capacity) {
-        out += fmt::format("{:{}}the stored count is {}, more than the {} that there can be\n", "", indent, reading.count,
-                           record.capacity);
+        out += fmt::format("{:{}}the stored count is {}, more than the {} that there can be\n", "", indent,
+                           reading.count, record.capacity);
     }
 }
 

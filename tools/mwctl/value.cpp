@@ -22,10 +22,14 @@ uint64_t UnsignedAt(const Field &field, const std::byte *bytes, uint32_t index) 
 int64_t SignedAt(const Field &field, const std::byte *bytes, uint32_t index) {
     const uint64_t value = UnsignedAt(field, bytes, index);
     switch (field.width) {
-        case 1: return static_cast<int8_t>(value);
-        case 2: return static_cast<int16_t>(value);
-        case 4: return static_cast<int32_t>(value);
-        default: return static_cast<int64_t>(value);
+        case 1:
+            return static_cast<int8_t>(value);
+        case 2:
+            return static_cast<int16_t>(value);
+        case 4:
+            return static_cast<int32_t>(value);
+        default:
+            return static_cast<int64_t>(value);
     }
 }
 
@@ -59,8 +63,9 @@ bool HasNoValue(const Field &field, const std::byte *bytes, uint32_t index) {
     return field.no_value && UnsignedAt(field, bytes, index) == ~uint64_t{0} >> (64 - 8 * field.width);
 }
 
-bool IsShown(const Layout &layout, const Field &field, const std::byte *bytes) {
-    if (field.getter == nullptr && ReadsFieldByField(layout)) return false;
+bool IsShown(const Field &field, const std::byte *bytes, Chosen chosen) {
+    if (chosen == Chosen::kWithGetter && field.getter == nullptr) return false;
+    if (chosen == Chosen::kWithSlotGetter && field.slot_getter == nullptr) return false;
     return !field.reserved || !IsZero(field, bytes);
 }
 
@@ -77,7 +82,8 @@ uint32_t ElementsInUse(const Field &field, const std::byte *bytes) {
 }
 
 std::string_view CodeName(const Field &field, uint64_t value) {
-    const auto found = std::find_if(field.codes.begin(), field.codes.end(), [&](const Code &c) { return c.value == value; });
+    const auto found =
+        std::find_if(field.codes.begin(), field.codes.end(), [&](const Code &c) { return c.value == value; });
     return found == field.codes.end() ? std::string_view() : found->name;
 }
 

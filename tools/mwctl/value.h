@@ -25,7 +25,7 @@ bool IsZero(const Field &field, const std::byte *bytes);
 bool HasNoValue(const Field &field, const std::byte *bytes, uint32_t index = 0);
 
 // Whether a view shows the field: not the reserved bytes that are zero, not what was not read.
-bool IsShown(const Layout &layout, const Field &field, const std::byte *bytes);
+bool IsShown(const Field &field, const std::byte *bytes, Chosen chosen);
 
 // Elements of an array that are in use.
 uint32_t ElementsInUse(const Field &field, const std::byte *bytes);

@@ -8,12 +8,13 @@
 
 namespace mwctl {
 
-// For people: aligned lines and tables, empty texts and empty reserved bytes left out. What came from the records is
-// escaped.
+// For people: aligned lines and tables, empty texts and empty reserved bytes left out. What came from the
+// records is escaped.
 std::string ToText(const ModuleReading &reading);
 
-// Every named field under its name; reserved bytes only when they are not zero. What a record's numbers mean, as far as
-// it is known, stands beside them under "decoded"; a list has the slots in use. A record that could not be read is null.
+// Every named field under its name; reserved bytes only when they are not zero. What a record's numbers mean,
+// as far as it is known, stands beside them under "decoded"; a list has the slots in use. A record that could
+// not be read is null.
 nlohmann::ordered_json ToJson(const ModuleReading &reading);
 
 // A document as text: ASCII alone, whatever the records' texts hold.

@@ -1,9 +1,11 @@
 // Time synchronisation and remote logging.
-#include "midware/services.h"
-
+#include "services/hov_midserv.h"
 #include "table.h"
 
 namespace mwctl {
+
+using midware::ServArea;
+
 namespace {
 
 constexpr Code kTimeSources[] = {
@@ -14,6 +16,7 @@ constexpr Code kSeverities[] = {{0, "emergency"}, {1, "alert"},  {2, "critical"}
 
 }  // namespace
 
+// clang-format off
 MW_RECORD(NtpInfo,
           MW_FIELD(dwTimeSource, "time source").Codes(kTimeSources),
           MW_FIELD(dwNtpEnable, "client runs").Switch(),
@@ -38,13 +41,18 @@ MW_RECORD(RemoteSyslogInfo,
           MW_FIELD(adwReserved, ""),
           MW_FIELD(atServer, "server"));
 
+MW_RECORD(ServArea,
+          MW_FIELD(tNtpInfo, "time synchronisation"),
+          MW_FIELD(tSyslogInfo, "remote logging"));
+// clang-format on
+
 namespace {
 
 constexpr Record kRecords[] = {
     One<NtpInfo, MW_GetNtpInfo>("ntp", "Time synchronisation"),
     One<RemoteSyslogInfo, MW_GetRemoteSyslogInfo>("syslog", "Remote logging"),
 };
-const Plug plug{{"services", "Services", &midware::kServ, kRecords}};
+const Plug plug{{"services", "Services", &midware::kServ, kRecords, &kLayout<ServArea>}};
 
 }  // namespace
 }  // namespace mwctl

@@ -20,7 +20,8 @@ const char *YesOrNo(uint32_t value) { return value == 0 ? "no" : "yes"; }
 
 void AddNtpServer(CLI::App &set) {
     static std::string number, name;
-    CLI::App *command = set.add_subcommand("ntp-server", "Stores the name of one NTP server; an empty name clears it");
+    CLI::App *command =
+        set.add_subcommand("ntp-server", "Stores the name of one NTP server; an empty name clears it");
     command->add_option("N", number, "Which server")
         ->required()
         ->check(NumberIn("the number of an NTP server", 1, MW_NTP_SERVER_MAX));
@@ -53,21 +54,23 @@ void AddTimeSource(CLI::App &set) {
         ->transform(CodeOf("the time source", "services.ntp.dwTimeSource", true));
     command->callback([] {
         if (!Change(kCore, [] { return MW_SetTimeSource(NumberOf(source)); })) return;
-        const std::string_view name = CodeName(*FindField("services.ntp.dwTimeSource"), NumberOf(source));
-        Finish(fmt::format("time source: {}\n", name.empty() ? source : name));
+        const uint32_t number = NumberOf(source);
+        const std::string_view name = CodeName(*FindField("services.ntp.dwTimeSource"), number);
+        Finish(fmt::format("time source: {}\n", name.empty() ? std::to_string(number) : name));
     });
 }
 
 // Stores the number that was given, if any, and notes what was set.
 template <class Word>
-void Apply(const std::string &given, Word &word, std::string &done, const std::function<std::string(uint32_t)> &text) {
+void Apply(const std::string &given, Word &word, std::string &done,
+           const std::function<std::string(uint32_t)> &text) {
     if (given.empty()) return;
     word = static_cast<Word>(NumberOf(given));
     done += text(word) + '\n';
 }
 
-// The records are stored whole: read, changed, written. A change that another process makes in between is lost, which
-// the interface cannot avoid.
+// The records are stored whole: read, changed, written. A change that another process makes in between is
+// lost, which the interface cannot avoid.
 void AddNtp(CLI::App &set) {
     static std::string enable, servers, authenticate, key;
     CLI::App *command = set.add_subcommand("ntp", "Changes how the NTP client works");
@@ -76,14 +79,17 @@ void AddNtp(CLI::App &set) {
         ->check(NumberIn("the number of servers in use", 0, MW_NTP_SERVER_MAX));
     command->add_option("--authenticate", authenticate, "Whether servers are authenticated")
         ->transform(YesNo("--authenticate"));
-    command->add_option("--key", key, "Number of the key")->check(NumberIn("the number of the key", 0, kAnyWord));
+    command->add_option("--key", key, "Number of the key")
+        ->check(NumberIn("the number of the key", 0, kAnyWord));
     command->require_option(1, 4);
     command->callback([] {
         NtpInfo info{};
         if (!Change(kCore, [&] { return MW_GetNtpInfo(&info); })) return;
         std::string done;
-        Apply(enable, info.dwNtpEnable, done, [](uint32_t v) { return fmt::format("NTP client runs: {}", YesOrNo(v)); });
-        Apply(servers, info.dwServerCount, done, [](uint32_t v) { return fmt::format("NTP servers in use: {}", v); });
+        Apply(enable, info.dwNtpEnable, done,
+              [](uint32_t v) { return fmt::format("NTP client runs: {}", YesOrNo(v)); });
+        Apply(servers, info.dwServerCount, done,
+              [](uint32_t v) { return fmt::format("NTP servers in use: {}", v); });
         Apply(authenticate, info.dwAuthEnable, done,
               [](uint32_t v) { return fmt::format("NTP servers authenticated: {}", YesOrNo(v)); });
         Apply(key, info.dwAuthKeyId, done, [](uint32_t v) { return fmt::format("NTP key number: {}", v); });
@@ -114,7 +120,8 @@ void AddSyslog(CLI::App &set) {
         if (!Change(kCore, [&] { return MW_GetRemoteSyslogInfo(&info); })) return;
         std::string done;
         if (which->count() == 0) {
-            Apply(enable, info.dwEnable, done, [](uint32_t v) { return fmt::format("remote logging: {}", YesOrNo(v)); });
+            Apply(enable, info.dwEnable, done,
+                  [](uint32_t v) { return fmt::format("remote logging: {}", YesOrNo(v)); });
         } else {
             const uint32_t number = NumberOf(server);
             RemoteSyslogServer &chosen = info.atServer[number - 1];
@@ -122,13 +129,19 @@ void AddSyslog(CLI::App &set) {
                 return fmt::format("log server {} {}: {}", number, what, value);
             };
             const auto named = [&said](const char *what, const char *field, uint32_t value) {
-                return said(what, CodeName(*FindField(std::string("services.syslog.atServer.") + field), value));
+                return said(what,
+                            CodeName(*FindField(std::string("services.syslog.atServer.") + field), value));
             };
             if (command->count("--address") != 0) {
                 const bool is_new = chosen.acAddress[0] == '\0';
                 if (address.empty() || is_new) chosen = {};
-                if (is_new && !address.empty()) chosen = {.dwEnable = 1, .acAddress = {}, .wPort = 514, .ucTransport = 0,
-                                                          .ucMinSeverity = 7, .aucReserved = {}};
+                if (is_new && !address.empty())
+                    chosen = {.dwEnable = 1,
+                              .acAddress = {},
+                              .wPort = 514,
+                              .ucTransport = 0,
+                              .ucMinSeverity = 7,
+                              .aucReserved = {}};
                 std::memset(chosen.acAddress, 0, sizeof chosen.acAddress);
                 address.copy(chosen.acAddress, sizeof chosen.acAddress - 1);
                 done += said("address", OrNone(address)) + '\n';
@@ -149,8 +162,8 @@ void AddSyslog(CLI::App &set) {
     });
 }
 
-const Settings ntp(AddNtp), ntp_server(AddNtpServer), ntp_interval(AddNtpInterval), time_source(AddTimeSource),
-    syslog(AddSyslog);
+const Settings ntp(AddNtp), ntp_server(AddNtpServer), ntp_interval(AddNtpInterval),
+    time_source(AddTimeSource), syslog(AddSyslog);
 
 }  // namespace
 }  // namespace mwctl
