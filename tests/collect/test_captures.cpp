@@ -1,6 +1,7 @@
 // The collectors on captures of real machines. These are no part of the sources: the tests run where MIDWARE_CAPTURES (or
 // the place found when configuring) has them, and expect counts, sizes and normalised fields only.
 #include <cstdlib>
+#include <utility>
 
 #include "area.h"
 #include "collectors/cpu.h"
@@ -33,38 +34,32 @@ class Capture {
     std::string root_;
 };
 
-class Captures : public OnBlankArea {
+// A suite of tests on the one capture whose archive's name begins as given.
+template <const char *kPrefix>
+class OnCapture : public OnBlankArea {
+  public:
+    static void SetUpTestSuite() { capture_ = new Capture(kPrefix); }
+    static void TearDownTestSuite() { delete std::exchange(capture_, nullptr); }
+
   protected:
-    void Use(const std::string &prefix)
+    void SetUp() override
     {
-        capture_ = std::make_unique<Capture>(prefix);
-        if (!capture_->root().empty()) host_ = std::make_unique<HeardHost>(capture_->root());
+        OnBlankArea::SetUp();
+        if (capture_->root().empty()) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
+        host_ = std::make_unique<HeardHost>(capture_->root());
     }
     const Host &host() const { return **host_; }
 
-    std::unique_ptr<Capture> capture_;
     std::unique_ptr<HeardHost> host_;
+
+  private:
+    static inline Capture *capture_ = nullptr;
 };
 
-class X86Capture : public Captures {
-  protected:
-    void SetUp() override
-    {
-        Captures::SetUp();
-        Use("32em64t");
-        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
-    }
-};
-
-class ArmCapture : public Captures {
-  protected:
-    void SetUp() override
-    {
-        Captures::SetUp();
-        Use("128arm");
-        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
-    }
-};
+constexpr char kX86[] = "32em64t";
+constexpr char kArm[] = "128arm";
+using X86Capture = OnCapture<kX86>;
+using ArmCapture = OnCapture<kArm>;
 
 TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
 {
