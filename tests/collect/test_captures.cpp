@@ -1,5 +1,6 @@
-// The collectors on captures of real machines. These are no part of the sources: the tests run where MIDWARE_CAPTURES (or
-// the place found when configuring) has them, and expect counts, sizes and normalised fields only.
+// The collectors on captures of real machines. These are no part of the sources: the tests run where
+// MIDWARE_CAPTURES (or the place found when configuring) has them, and expect counts, sizes and normalised
+// fields only.
 #include <cstdlib>
 #include <utility>
 
@@ -15,16 +16,18 @@ namespace {
 class Capture {
   public:
     // Unpacks the archive whose name begins as given.
-    explicit Capture(const std::string &prefix)
-    {
+    explicit Capture(const std::string &prefix) {
         const char *place = std::getenv("MIDWARE_CAPTURES");
         std::error_code error;
-        for (const auto &entry : std::filesystem::directory_iterator(place != nullptr ? place : CAPTURES_DEFAULT, error)) {
+        for (const auto &entry :
+             std::filesystem::directory_iterator(place != nullptr ? place : CAPTURES_DEFAULT, error)) {
             const std::string name = entry.path().filename().string();
             if (!name.starts_with(prefix) || !name.ends_with(".tar.bz2")) continue;
-            const std::string command = fmt::format("tar -xjf '{}' -C '{}'", entry.path().string(), tree_.top());
+            const std::string command =
+                fmt::format("tar -xjf '{}' -C '{}'", entry.path().string(), tree_.top());
             EXPECT_EQ(std::system(command.c_str()), 0);
-            for (const auto &top : std::filesystem::directory_iterator(tree_.top())) root_ = top.path().string();
+            for (const auto &top : std::filesystem::directory_iterator(tree_.top()))
+                root_ = top.path().string();
         }
     }
     const std::string &root() const { return root_; }  // "" where there is none
@@ -42,8 +45,7 @@ class OnCapture : public OnBlankArea {
     static void TearDownTestSuite() { delete std::exchange(capture_, nullptr); }
 
   protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         OnBlankArea::SetUp();
         if (capture_->root().empty()) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
         host_ = std::make_unique<HeardHost>(capture_->root());
@@ -61,8 +63,7 @@ constexpr char kArm[] = "128arm";
 using X86Capture = OnCapture<kX86>;
 using ArmCapture = OnCapture<kArm>;
 
-TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
-{
+TEST_F(X86Capture, HasTwoProcessorsOfEightCores) {
     const CpuRecords records = FindCpus(host());
     ASSERT_EQ(records.packages.size(), 2u);
     for (uint32_t i = 0; i < 2; ++i) {
@@ -84,8 +85,7 @@ TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(X86Capture, HasEightModulesInTwentyFourSlots)
-{
+TEST_F(X86Capture, HasEightModulesInTwentyFourSlots) {
     const MemoryRecords records = FindMemory(host());
     EXPECT_EQ(records.source, MemorySource::kSmbios);
     ASSERT_EQ(records.devices.size(), 24u);
@@ -109,8 +109,7 @@ TEST_F(X86Capture, HasEightModulesInTwentyFourSlots)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(X86Capture, IsReadIntoTheArea)
-{
+TEST_F(X86Capture, IsReadIntoTheArea) {
     for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
@@ -126,8 +125,7 @@ TEST_F(X86Capture, IsReadIntoTheArea)
     EXPECT_EQ(host_->lines().size(), 4u);  // partitions whose usage is not known
 }
 
-TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn)
-{
+TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn) {
     const CpuRecords records = FindCpus(host());
     ASSERT_EQ(records.packages.size(), 2u);
     EXPECT_EQ(records.packages[0].id, 36);
@@ -146,8 +144,7 @@ TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice)
-{
+TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice) {
     for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
