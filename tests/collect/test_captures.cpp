@@ -1,6 +1,8 @@
-// The collectors on captures of real machines. These are no part of the sources: the tests run where MIDWARE_CAPTURES (or
-// the place found when configuring) has them, and expect counts, sizes and normalised fields only.
+// The collectors on captures of real machines. These are no part of the sources: the tests run where
+// MIDWARE_CAPTURES (or the place found when configuring) has them, and expect counts, sizes and normalised
+// fields only.
 #include <cstdlib>
+#include <utility>
 
 #include "area.h"
 #include "collectors/cpu.h"
@@ -14,16 +16,18 @@ namespace {
 class Capture {
   public:
     // Unpacks the archive whose name begins as given.
-    explicit Capture(const std::string &prefix)
-    {
+    explicit Capture(const std::string &prefix) {
         const char *place = std::getenv("MIDWARE_CAPTURES");
         std::error_code error;
-        for (const auto &entry : std::filesystem::directory_iterator(place != nullptr ? place : CAPTURES_DEFAULT, error)) {
+        for (const auto &entry :
+             std::filesystem::directory_iterator(place != nullptr ? place : CAPTURES_DEFAULT, error)) {
             const std::string name = entry.path().filename().string();
             if (!name.starts_with(prefix) || !name.ends_with(".tar.bz2")) continue;
-            const std::string command = fmt::format("tar -xjf '{}' -C '{}'", entry.path().string(), tree_.top());
+            const std::string command =
+                fmt::format("tar -xjf '{}' -C '{}'", entry.path().string(), tree_.top());
             EXPECT_EQ(std::system(command.c_str()), 0);
-            for (const auto &top : std::filesystem::directory_iterator(tree_.top())) root_ = top.path().string();
+            for (const auto &top : std::filesystem::directory_iterator(tree_.top()))
+                root_ = top.path().string();
         }
     }
     const std::string &root() const { return root_; }  // "" where there is none
@@ -33,41 +37,33 @@ class Capture {
     std::string root_;
 };
 
-class Captures : public OnBlankArea {
+// A suite of tests on the one capture whose archive's name begins as given.
+template <const char *kPrefix>
+class OnCapture : public OnBlankArea {
+  public:
+    static void SetUpTestSuite() { capture_ = new Capture(kPrefix); }
+    static void TearDownTestSuite() { delete std::exchange(capture_, nullptr); }
+
   protected:
-    void Use(const std::string &prefix)
-    {
-        capture_ = std::make_unique<Capture>(prefix);
-        if (!capture_->root().empty()) host_ = std::make_unique<HeardHost>(capture_->root());
+    void SetUp() override {
+        OnBlankArea::SetUp();
+        if (capture_->root().empty()) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
+        host_ = std::make_unique<HeardHost>(capture_->root());
     }
     const Host &host() const { return **host_; }
 
-    std::unique_ptr<Capture> capture_;
     std::unique_ptr<HeardHost> host_;
+
+  private:
+    static inline Capture *capture_ = nullptr;
 };
 
-class X86Capture : public Captures {
-  protected:
-    void SetUp() override
-    {
-        Captures::SetUp();
-        Use("32em64t");
-        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
-    }
-};
+constexpr char kX86[] = "32em64t";
+constexpr char kArm[] = "128arm";
+using X86Capture = OnCapture<kX86>;
+using ArmCapture = OnCapture<kArm>;
 
-class ArmCapture : public Captures {
-  protected:
-    void SetUp() override
-    {
-        Captures::SetUp();
-        Use("128arm");
-        if (host_ == nullptr) GTEST_SKIP() << "no such capture in MIDWARE_CAPTURES";
-    }
-};
-
-TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
-{
+TEST_F(X86Capture, HasTwoProcessorsOfEightCores) {
     const CpuRecords records = FindCpus(host());
     ASSERT_EQ(records.packages.size(), 2u);
     for (uint32_t i = 0; i < 2; ++i) {
@@ -89,8 +85,7 @@ TEST_F(X86Capture, HasTwoProcessorsOfEightCores)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(X86Capture, HasEightModulesInTwentyFourSlots)
-{
+TEST_F(X86Capture, HasEightModulesInTwentyFourSlots) {
     const MemoryRecords records = FindMemory(host());
     EXPECT_EQ(records.source, MemorySource::kSmbios);
     ASSERT_EQ(records.devices.size(), 24u);
@@ -114,8 +109,7 @@ TEST_F(X86Capture, HasEightModulesInTwentyFourSlots)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(X86Capture, IsReadIntoTheArea)
-{
+TEST_F(X86Capture, IsReadIntoTheArea) {
     for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
@@ -131,8 +125,7 @@ TEST_F(X86Capture, IsReadIntoTheArea)
     EXPECT_EQ(host_->lines().size(), 4u);  // partitions whose usage is not known
 }
 
-TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn)
-{
+TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn) {
     const CpuRecords records = FindCpus(host());
     ASSERT_EQ(records.packages.size(), 2u);
     EXPECT_EQ(records.packages[0].id, 36);
@@ -151,8 +144,7 @@ TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn)
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
-TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice)
-{
+TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice) {
     for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);

@@ -1,5 +1,4 @@
 #include "collectors/cpu.h"
-
 #include "midware/cpu.h"
 #include "smbios_builder.h"
 #include "tree.h"
@@ -7,32 +6,33 @@
 namespace collect {
 namespace {
 
-std::string X86Block(uint32_t cpu, uint32_t package, const char *vendor = "VendorString")
-{
+std::string X86Block(uint32_t cpu, uint32_t package, const char *vendor = "VendorString") {
     return fmt::format(
-        "processor\t: {}\nvendor_id\t: {}\ncpu family\t: 6\nmodel\t\t: 143\nmodel name\t: Model  X 1234\nstepping\t: 8\n"
+        "processor\t: {}\nvendor_id\t: {}\ncpu family\t: 6\nmodel\t\t: 143\nmodel name\t: Model  X "
+        "1234\nstepping\t: 8\n"
         "microcode\t: 0x2b000461\ncpu MHz\t\t: 2700.6\nphysical id\t: {}\ncpu cores\t: 2\nflags\t\t: fpu lm\n"
         "power management:\n\n",
         cpu, vendor, package);
 }
 
-std::string CpuPath(uint32_t cpu, const std::string &below) { return fmt::format("/sys/devices/system/cpu/cpu{}{}", cpu, below); }
+std::string CpuPath(uint32_t cpu, const std::string &below) {
+    return fmt::format("/sys/devices/system/cpu/cpu{}{}", cpu, below);
+}
 
 // Two threads a core, two cores a package, two packages numbered as given.
-void TwoPackages(Tree &tree, int64_t first, int64_t second)
-{
+void TwoPackages(Tree &tree, int64_t first, int64_t second) {
     std::string info;
     for (uint32_t cpu = 0; cpu < 8; ++cpu) {
         const int64_t package = cpu < 4 ? first : second;
         info += X86Block(cpu, static_cast<uint32_t>(package));
         tree.File(CpuPath(cpu, "/topology/physical_package_id"), fmt::format("{}\n", package));
-        tree.File(CpuPath(cpu, "/topology/thread_siblings_list"), fmt::format("{}-{}\n", cpu & ~1u, cpu | 1u));
+        tree.File(CpuPath(cpu, "/topology/thread_siblings_list"),
+                  fmt::format("{}-{}\n", cpu & ~1u, cpu | 1u));
     }
     tree.File("/proc/cpuinfo", info);
 }
 
-TEST(Cpu, PackagesCoresAndThreadsAreCounted)
-{
+TEST(Cpu, PackagesCoresAndThreadsAreCounted) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     HeardHost host(tree);
@@ -59,8 +59,7 @@ TEST(Cpu, PackagesCoresAndThreadsAreCounted)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, PackageNumbersNeedNotFollowOneAnother)
-{
+TEST(Cpu, PackageNumbersNeedNotFollowOneAnother) {
     Tree tree;
     TwoPackages(tree, 8442, 36);
     HeardHost host(tree);
@@ -71,8 +70,7 @@ TEST(Cpu, PackageNumbersNeedNotFollowOneAnother)
     EXPECT_EQ(records.packages[0].logical.front(), 4u);
 }
 
-TEST(Cpu, PackageNumberMinusOneIsOnePackage)
-{
+TEST(Cpu, PackageNumberMinusOneIsOnePackage) {
     Tree tree;
     TwoPackages(tree, -1, -1);
     HeardHost host(tree);
@@ -84,8 +82,7 @@ TEST(Cpu, PackageNumberMinusOneIsOnePackage)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, WithoutATopologyCpuinfoTellsThePackages)
-{
+TEST(Cpu, WithoutATopologyCpuinfoTellsThePackages) {
     Tree tree;
     tree.File("/proc/cpuinfo", X86Block(0, 0) + X86Block(1, 0) + X86Block(2, 7) + X86Block(3, 7));
     HeardHost host(tree);
@@ -96,8 +93,7 @@ TEST(Cpu, WithoutATopologyCpuinfoTellsThePackages)
     EXPECT_EQ(records.packages[1].logical.size(), 2u);
 }
 
-TEST(Cpu, AnOfflineProcessorIsNotCounted)
-{
+TEST(Cpu, AnOfflineProcessorIsNotCounted) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     tree.Dir(CpuPath(8, "")).File(CpuPath(8, "/online"), "0\n");
@@ -108,8 +104,7 @@ TEST(Cpu, AnOfflineProcessorIsNotCounted)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, AGarbledPackageNumberFallsBackOnCpuinfoWithOneLine)
-{
+TEST(Cpu, AGarbledPackageNumberFallsBackOnCpuinfoWithOneLine) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     tree.File(CpuPath(5, "/topology/physical_package_id"), "abc\n");
@@ -117,23 +112,23 @@ TEST(Cpu, AGarbledPackageNumberFallsBackOnCpuinfoWithOneLine)
     const CpuRecords records = FindCpus(*host);
     ASSERT_EQ(records.packages.size(), 2u);
     EXPECT_EQ(records.packages[1].logical.size(), 4u);
-    EXPECT_EQ(host.Line(), "/sys/devices/system/cpu/cpu5/topology/physical_package_id: expected a package number (-1 to "
-                           "2147483647), found \"abc\"; skipped");
+    EXPECT_EQ(host.Line(),
+              "/sys/devices/system/cpu/cpu5/topology/physical_package_id: expected a package number (-1 to "
+              "2147483647), found \"abc\"; skipped");
 }
 
-TEST(Cpu, AProcessorOfNoKnownPackageIsNobodys)
-{
+TEST(Cpu, AProcessorOfNoKnownPackageIsNobodys) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     tree.File(CpuPath(8, "/topology/physical_package_id"), "-1\n");
     HeardHost host(tree);
     const CpuRecords records = FindCpus(*host);
     EXPECT_EQ(records.packages.size(), 2u);
-    EXPECT_EQ(host.Line(), "/sys/devices/system/cpu: some processors belong to no known package; they are not counted");
+    EXPECT_EQ(host.Line(),
+              "/sys/devices/system/cpu: some processors belong to no known package; they are not counted");
 }
 
-TEST(Cpu, AMachineThatSaysNothingHasNoProcessors)
-{
+TEST(Cpu, AMachineThatSaysNothingHasNoProcessors) {
     Tree tree;
     HeardHost host(tree);
     EXPECT_TRUE(FindCpus(*host).packages.empty());
@@ -144,10 +139,10 @@ TEST(Cpu, AMachineThatSaysNothingHasNoProcessors)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, MoreThanEightPackagesAreLeftOut)
-{
+TEST(Cpu, MoreThanEightPackagesAreLeftOut) {
     Tree tree;
-    for (uint32_t cpu = 0; cpu < 11; ++cpu) tree.File(CpuPath(cpu, "/topology/physical_package_id"), std::to_string(cpu * 3));
+    for (uint32_t cpu = 0; cpu < 11; ++cpu)
+        tree.File(CpuPath(cpu, "/topology/physical_package_id"), std::to_string(cpu * 3));
     HeardHost host(tree);
     const CpuRecords records = FindCpus(*host);
     EXPECT_EQ(records.packages.size(), MW_CPU_MAX);
@@ -155,13 +150,14 @@ TEST(Cpu, MoreThanEightPackagesAreLeftOut)
     EXPECT_EQ(records.left_out, 3u);
 }
 
-TEST(Cpu, FrequenciesComeFromCpufreqRoundedToMegahertz)
-{
+TEST(Cpu, FrequenciesComeFromCpufreqRoundedToMegahertz) {
     Tree tree;
     TwoPackages(tree, 0, 1);
-    tree.File(CpuPath(0, "/cpufreq/cpuinfo_max_freq"), "3499500\n").File(CpuPath(0, "/cpufreq/cpuinfo_min_freq"), "800000\n");
+    tree.File(CpuPath(0, "/cpufreq/cpuinfo_max_freq"), "3499500\n")
+        .File(CpuPath(0, "/cpufreq/cpuinfo_min_freq"), "800000\n");
     tree.File(CpuPath(0, "/cpufreq/scaling_cur_freq"), "2100499");
-    tree.File(CpuPath(4, "/cpufreq/scaling_cur_freq"), "<unknown>\n").File(CpuPath(4, "/cpufreq/cpuinfo_max_freq"), "");
+    tree.File(CpuPath(4, "/cpufreq/scaling_cur_freq"), "<unknown>\n")
+        .File(CpuPath(4, "/cpufreq/cpuinfo_max_freq"), "");
     HeardHost host(tree);
     const CpuRecords records = FindCpus(*host);
     ASSERT_EQ(records.packages.size(), 2u);
@@ -170,12 +166,13 @@ TEST(Cpu, FrequenciesComeFromCpufreqRoundedToMegahertz)
     EXPECT_EQ(records.packages[0].frequency, 2100u);
     EXPECT_EQ(records.packages[1].max_frequency, 0u);
     EXPECT_EQ(records.packages[1].frequency, 2701u);
-    EXPECT_EQ(host.Line(), "/sys/devices/system/cpu/cpu4/cpufreq/scaling_cur_freq: expected a frequency in kHz (0 to 100000000), "
-                           "found \"<unknown>\"; skipped");
+    EXPECT_EQ(host.Line(),
+              "/sys/devices/system/cpu/cpu4/cpufreq/scaling_cur_freq: expected a frequency in kHz (0 to "
+              "100000000), "
+              "found \"<unknown>\"; skipped");
 }
 
-TEST(Cpu, AGarbledFrequencyOfCpuinfoIsUnknown)
-{
+TEST(Cpu, AGarbledFrequencyOfCpuinfoIsUnknown) {
     for (const char *mhz : {"", "abc", "12x.5", "-5", "99999999.0", "2.7GHz", "1.", ".5"}) {
         Tree tree;
         tree.File("/proc/cpuinfo", fmt::format("processor: 0\ncpu MHz: {}\n", mhz));
@@ -186,16 +183,20 @@ TEST(Cpu, AGarbledFrequencyOfCpuinfoIsUnknown)
     }
 }
 
-TEST(Cpu, CacheSizesAreThoseOfOneCache)
-{
+TEST(Cpu, CacheSizesAreThoseOfOneCache) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     const struct {
         const char *level, *type, *size;
-    } kCaches[] = {{"1", "Data", "48K"}, {"1", "Instruction", "32K"}, {"2", "Unified", "2048K"}, {"3", "Unified", "105M"}};
+    } kCaches[] = {{"1", "Data", "48K"},
+                   {"1", "Instruction", "32K"},
+                   {"2", "Unified", "2048K"},
+                   {"3", "Unified", "105M"}};
     for (size_t i = 0; i < 4; ++i) {
         const std::string index = CpuPath(0, fmt::format("/cache/index{}/", i));
-        tree.File(index + "level", kCaches[i].level).File(index + "type", kCaches[i].type).File(index + "size", kCaches[i].size);
+        tree.File(index + "level", kCaches[i].level)
+            .File(index + "type", kCaches[i].type)
+            .File(index + "size", kCaches[i].size);
         const std::string broken = CpuPath(4, fmt::format("/cache/index{}/", i));
         tree.File(broken + "level", kCaches[i].level).File(broken + "type", kCaches[i].type);
     }
@@ -212,8 +213,7 @@ TEST(Cpu, CacheSizesAreThoseOfOneCache)
     EXPECT_EQ(host.lines().size(), 2u);
 }
 
-TEST(Cpu, CacheSizesHaveAUnit)
-{
+TEST(Cpu, CacheSizesHaveAUnit) {
     EXPECT_EQ(ParseCacheSize("32K\n"), 32u);
     EXPECT_EQ(ParseCacheSize("8M"), 8192u);
     EXPECT_EQ(ParseCacheSize("1G"), 1048576u);
@@ -222,11 +222,11 @@ TEST(Cpu, CacheSizesHaveAUnit)
     }
 }
 
-TEST(Cpu, ArmProcessorsAreNamedByTheirIdentificationRegister)
-{
+TEST(Cpu, ArmProcessorsAreNamedByTheirIdentificationRegister) {
     Tree tree;
-    tree.File("/proc/cpuinfo", "processor\t: 0\nBogoMIPS\t: 200.00\nFeatures\t: fp asimd\nCPU implementer\t: 0x48\n"
-                               "CPU architecture: 8\nCPU variant\t: 0x1\nCPU part\t: 0xd01\nCPU revision\t: 2\n");
+    tree.File("/proc/cpuinfo",
+              "processor\t: 0\nBogoMIPS\t: 200.00\nFeatures\t: fp asimd\nCPU implementer\t: 0x48\n"
+              "CPU architecture: 8\nCPU variant\t: 0x1\nCPU part\t: 0xd01\nCPU revision\t: 2\n");
     HeardHost host(tree);
     CpuRecords records = FindCpus(*host);
     ASSERT_EQ(records.packages.size(), 1u);
@@ -245,21 +245,21 @@ TEST(Cpu, ArmProcessorsAreNamedByTheirIdentificationRegister)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, TheMakerThatReadersLookForIsSpelledTheirWay)
-{
+TEST(Cpu, TheMakerThatReadersLookForIsSpelledTheirWay) {
     Tree tree;
     tree.File("/proc/cpuinfo", X86Block(0, 0, "AuthenticAMD"));
     HeardHost host(tree);
     EXPECT_TRUE(FindCpus(*host).packages.at(0).manufacturer.starts_with("AMD"));
 }
 
-TEST(Cpu, SocketsAreNamedBySmbiosWhereTheyAreAsManyAsPackages)
-{
+TEST(Cpu, SocketsAreNamedBySmbiosWhereTheyAreAsManyAsPackages) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     const std::string empty = Socket("CPU 9", 0x00).Bytes();
-    const std::string other = SmbiosBuilder(4, 0x30).Byte(0x05, 6).Text(0x04, "GPU 1").Byte(0x18, 0x41).Bytes();
-    tree.File(kDmiTable, Socket("CPU 0").Text(0x20, "Serial0").Text(0x22, "N/A").Bytes() + empty + other + Socket("CPU 1").Bytes());
+    const std::string other =
+        SmbiosBuilder(4, 0x30).Byte(0x05, 6).Text(0x04, "GPU 1").Byte(0x18, 0x41).Bytes();
+    tree.File(kDmiTable, Socket("CPU 0").Text(0x20, "Serial0").Text(0x22, "N/A").Bytes() + empty + other +
+                             Socket("CPU 1").Bytes());
     HeardHost host(tree);
     CpuRecords records = FindCpus(*host);
     ASSERT_EQ(records.packages.size(), 2u);
@@ -275,22 +275,23 @@ TEST(Cpu, SocketsAreNamedBySmbiosWhereTheyAreAsManyAsPackages)
     EXPECT_EQ(records.packages[0].socket, "");
     EXPECT_EQ(records.packages[0].silk, 1u);
 
-    tree.File(kDmiTable, Socket("SOCKET 1").Bytes() + Socket("SOCKET 1").Bytes());  // numbers that tell nothing apart
+    tree.File(kDmiTable,
+              Socket("SOCKET 1").Bytes() + Socket("SOCKET 1").Bytes());  // numbers that tell nothing apart
     records = FindCpus(*host);
     EXPECT_EQ(records.packages[1].socket, "SOCKET 1");
     EXPECT_EQ(records.packages[1].silk, 2u);
 }
 
-void CoreTemp(Tree &tree, int chip, int package, const char *input)
-{
+void CoreTemp(Tree &tree, int chip, int package, const char *input) {
     const std::string dir = fmt::format("/sys/class/hwmon/hwmon{}/", chip);
     tree.File(dir + "name", "coretemp\n").File(dir + "temp1_label", fmt::format("Package id {}\n", package));
-    tree.File(dir + "temp1_input", input).File(dir + "temp1_crit", "100000\n").File(dir + "temp1_max", "84000\n");
+    tree.File(dir + "temp1_input", input)
+        .File(dir + "temp1_crit", "100000\n")
+        .File(dir + "temp1_max", "84000\n");
     tree.File(dir + "temp2_label", "Core 0").File(dir + "temp2_input", "99000");
 }
 
-TEST(Cpu, PackageTemperaturesGoByTheirLabels)
-{
+TEST(Cpu, PackageTemperaturesGoByTheirLabels) {
     Tree tree;
     TwoPackages(tree, 36, 8442);
     CoreTemp(tree, 0, 8442, "61500\n");
@@ -307,8 +308,7 @@ TEST(Cpu, PackageTemperaturesGoByTheirLabels)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Cpu, AnImplausibleTemperatureIsNone)
-{
+TEST(Cpu, AnImplausibleTemperatureIsNone) {
     for (const char *input : {"", "garbage", "255001", "-128001", "4294967295", "61.5"}) {
         Tree tree;
         TwoPackages(tree, 0, 1);
@@ -319,8 +319,7 @@ TEST(Cpu, AnImplausibleTemperatureIsNone)
     }
 }
 
-TEST(Cpu, ChipsThatDoNotNameTheirPackageAreMatchedOneToOneOnly)
-{
+TEST(Cpu, ChipsThatDoNotNameTheirPackageAreMatchedOneToOneOnly) {
     Tree tree;
     TwoPackages(tree, 0, 1);
     const auto chip = [&](int number, const char *input) {
@@ -331,7 +330,9 @@ TEST(Cpu, ChipsThatDoNotNameTheirPackageAreMatchedOneToOneOnly)
     {
         HeardHost host(tree);
         EXPECT_EQ(FindCpus(*host).packages.at(0).temperature.current, std::nullopt);
-        EXPECT_EQ(host.Line(), "processor temperatures: 1 sensors for 2 packages; skipped, since nothing says which sits where");
+        EXPECT_EQ(
+            host.Line(),
+            "processor temperatures: 1 sensors for 2 packages; skipped, since nothing says which sits where");
     }
     chip(10, "52000");
     HeardHost host(tree);

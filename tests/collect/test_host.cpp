@@ -11,12 +11,16 @@ namespace {
 class HostLookup : public ::testing::TestWithParam<Host::Lookup> {};
 
 INSTANTIATE_TEST_SUITE_P(Ways, HostLookup, ::testing::Values(Host::Lookup::kKernel, Host::Lookup::kStepwise),
-                         [](const auto &way) { return way.param == Host::Lookup::kKernel ? "Kernel" : "Stepwise"; });
+                         [](const auto &way) {
+                             return way.param == Host::Lookup::kKernel ? "Kernel" : "Stepwise";
+                         });
 
-TEST_P(HostLookup, TextIsTrimmedWithAndWithoutALineEnd)
-{
+TEST_P(HostLookup, TextIsTrimmedWithAndWithoutALineEnd) {
     Tree tree;
-    tree.File("/sys/a", "  text here \n").File("/sys/b", "text").File("/sys/c", std::string("0-63\n\0", 6)).File("/sys/d", "");
+    tree.File("/sys/a", "  text here \n")
+        .File("/sys/b", "text")
+        .File("/sys/c", std::string("0-63\n\0", 6))
+        .File("/sys/d", "");
     HeardHost host(tree, GetParam());
     EXPECT_EQ(host->Text("/sys/a"), "text here");
     EXPECT_EQ(host->Text("/sys/b"), "text");
@@ -25,8 +29,7 @@ TEST_P(HostLookup, TextIsTrimmedWithAndWithoutALineEnd)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST_P(HostLookup, AMissingFileIsSilentlyNothing)
-{
+TEST_P(HostLookup, AMissingFileIsSilentlyNothing) {
     Tree tree;
     tree.File("/sys/file", "1");
     HeardHost host(tree, GetParam());
@@ -40,8 +43,7 @@ TEST_P(HostLookup, AMissingFileIsSilentlyNothing)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST_P(HostLookup, LinksStayInsideTheRoot)
-{
+TEST_P(HostLookup, LinksStayInsideTheRoot) {
     Tree tree;
     tree.File("/etc/hostname", "inside").Link("/sys/up", "../../../../../../../../etc/hostname");
     tree.Link("/sys/absolute", "/etc/hostname").Link("/sys/dir", "/etc").Link("/sys/top", "/../..");
@@ -57,18 +59,17 @@ TEST_P(HostLookup, LinksStayInsideTheRoot)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST_P(HostLookup, LinksInACircleAreReportedOnce)
-{
+TEST_P(HostLookup, LinksInACircleAreReportedOnce) {
     Tree tree;
     tree.Link("/sys/a", "b").Link("/sys/b", "a");
     HeardHost host(tree, GetParam());
     EXPECT_EQ(host->Text("/sys/a"), std::nullopt);
     EXPECT_EQ(host->Text("/sys/a"), std::nullopt);
-    EXPECT_EQ(host.Line(), "/sys/a: expected a readable file, found \"Too many levels of symbolic links\"; skipped");
+    EXPECT_EQ(host.Line(),
+              "/sys/a: expected a readable file, found \"Too many levels of symbolic links\"; skipped");
 }
 
-TEST_P(HostLookup, OnlyRegularFilesAreRead)
-{
+TEST_P(HostLookup, OnlyRegularFilesAreRead) {
     Tree tree;
     tree.Dir("/sys/dir");
     ASSERT_EQ(mkfifo((tree.top() + "/sys/pipe").c_str(), 0600), 0);
@@ -79,8 +80,7 @@ TEST_P(HostLookup, OnlyRegularFilesAreRead)
     EXPECT_EQ(host.lines().size(), 2u);
 }
 
-TEST_P(HostLookup, AFileThatMayNotBeReadIsReported)
-{
+TEST_P(HostLookup, AFileThatMayNotBeReadIsReported) {
     Tree tree;
     tree.File("/sys/secret", "1");
     ASSERT_EQ(chmod(tree.top().c_str(), 0755), 0);
@@ -92,10 +92,10 @@ TEST_P(HostLookup, AFileThatMayNotBeReadIsReported)
     EXPECT_EQ(host.Line(), "/sys/secret: expected a readable file, found \"Permission denied\"; skipped");
 }
 
-TEST_P(HostLookup, DirectoriesAreListedInNaturalOrder)
-{
+TEST_P(HostLookup, DirectoriesAreListedInNaturalOrder) {
     Tree tree;
-    for (const char *name : {"cpu10", "cpu2", "cpufreq", "cpu0", "cpu1x"}) tree.Dir(std::string("/sys/") + name);
+    for (const char *name : {"cpu10", "cpu2", "cpufreq", "cpu0", "cpu1x"})
+        tree.Dir(std::string("/sys/") + name);
     HeardHost host(tree, GetParam());
     EXPECT_EQ(host->List("/sys"), (Strings{"cpu0", "cpu1x", "cpu2", "cpu10", "cpufreq"}));
     std::vector<uint32_t> numbers;
@@ -103,19 +103,17 @@ TEST_P(HostLookup, DirectoriesAreListedInNaturalOrder)
     EXPECT_EQ(numbers, (std::vector<uint32_t>{0, 2, 10}));
 }
 
-TEST_P(HostLookup, ResolveAnswersThePathWithoutLinks)
-{
+TEST_P(HostLookup, ResolveAnswersThePathWithoutLinks) {
     Tree tree;
-    tree.File("/sys/devices/pci0000:00/0000:00:1f.2/vendor", "0x1af4").Link("/sys/class/net/eth0/device",
-                                                                             "../../../devices/pci0000:00/0000:00:1f.2");
+    tree.File("/sys/devices/pci0000:00/0000:00:1f.2/vendor", "0x1af4")
+        .Link("/sys/class/net/eth0/device", "../../../devices/pci0000:00/0000:00:1f.2");
     HeardHost host(tree, GetParam());
     EXPECT_EQ(host->Resolve("/sys/class/net/eth0/device"), "/sys/devices/pci0000:00/0000:00:1f.2");
     EXPECT_EQ(host->LinkName("/sys/class/net/eth0/device"), "0000:00:1f.2");
     EXPECT_EQ(host->Hex<uint16_t>("/sys/class/net/eth0/device/vendor", "a vendor"), 0x1AF4);
 }
 
-TEST_P(HostLookup, TheNameOfADanglingLinkIsStillKnown)
-{
+TEST_P(HostLookup, TheNameOfADanglingLinkIsStillKnown) {
     Tree tree;
     tree.Link("/sys/dev/driver", "../../bus/pci/drivers/nvme").File("/sys/dev/plain", "");
     HeardHost host(tree, GetParam());
@@ -126,24 +124,23 @@ TEST_P(HostLookup, TheNameOfADanglingLinkIsStillKnown)
     EXPECT_EQ(host.lines(), Strings{});
 }
 
-TEST(Host, NumbersRefuseGarbageOverflowAndNothingWithOneLine)
-{
+TEST(Host, NumbersRefuseGarbageOverflowAndNothingWithOneLine) {
     const struct {
         const char *content;
         const char *found;
-    } kBroken[] = {{"", "nothing"}, {"\n", "nothing"}, {"abc\n", "\"abc\""}, {"256", "\"256\""}, {"-1", "\"-1\""}, {"1 2", "\"1 2\""},
-                   {"1\x1B[31m", "\"1?[31m\""}};
+    } kBroken[] = {{"", "nothing"},  {"\n", "nothing"},  {"abc\n", "\"abc\""},       {"256", "\"256\""},
+                   {"-1", "\"-1\""}, {"1 2", "\"1 2\""}, {"1\x1B[31m", "\"1?[31m\""}};
     for (const auto &broken : kBroken) {
         Tree tree;
         tree.File("/sys/number", broken.content);
         HeardHost host(tree);
         EXPECT_EQ(host->Number<uint8_t>("/sys/number", "a level"), std::nullopt) << broken.content;
-        EXPECT_EQ(host.Line(), std::string("/sys/number: expected a level (0 to 255), found ") + broken.found + "; skipped");
+        EXPECT_EQ(host.Line(), std::string("/sys/number: expected a level (0 to 255), found ") +
+                                   broken.found + "; skipped");
     }
 }
 
-TEST(Host, NumbersKeepToTheirRange)
-{
+TEST(Host, NumbersKeepToTheirRange) {
     Tree tree;
     tree.File("/low", "-1").File("/high", "9").File("/good", "8\n");
     HeardHost host(tree);
@@ -153,8 +150,7 @@ TEST(Host, NumbersKeepToTheirRange)
     EXPECT_EQ(host.lines().size(), 2u);
 }
 
-TEST(Host, AnEmptyNumberIsSilentWhereItMayBeRefused)
-{
+TEST(Host, AnEmptyNumberIsSilentWhereItMayBeRefused) {
     Tree tree;
     tree.File("/speed", "").File("/bad", "x");
     HeardHost host(tree);
@@ -164,18 +160,17 @@ TEST(Host, AnEmptyNumberIsSilentWhereItMayBeRefused)
     EXPECT_EQ(host.lines().size(), 1u);
 }
 
-TEST(Host, AnAttributeOfMoreThanItsBoundIsReported)
-{
+TEST(Host, AnAttributeOfMoreThanItsBoundIsReported) {
     Tree tree;
-    tree.File("/fits", std::string(Host::kAttributeMax, 'x')).File("/long", std::string(Host::kAttributeMax + 1, 'x'));
+    tree.File("/fits", std::string(Host::kAttributeMax, 'x'))
+        .File("/long", std::string(Host::kAttributeMax + 1, 'x'));
     HeardHost host(tree);
     EXPECT_EQ(host->Text("/fits")->size(), Host::kAttributeMax);
     EXPECT_EQ(host->Text("/long"), std::nullopt);
     EXPECT_EQ(host.Line(), "/long: expected at most 4096 bytes, found more; skipped");
 }
 
-TEST(Host, WholeFilesAreReadToTheirEndAndBounded)
-{
+TEST(Host, WholeFilesAreReadToTheirEndAndBounded) {
     Tree tree;
     tree.File("/big", std::string(100'000, 'x') + " ");
     HeardHost host(tree);
@@ -185,8 +180,7 @@ TEST(Host, WholeFilesAreReadToTheirEndAndBounded)
     EXPECT_EQ(host.Line(), "/big: expected at most 100000 bytes, found more; skipped");
 }
 
-TEST(Host, ARootThatIsNoDirectoryIsRefusedWithOneLine)
-{
+TEST(Host, ARootThatIsNoDirectoryIsRefusedWithOneLine) {
     Tree tree;
     tree.File("/file", "");
     Strings lines;
@@ -196,8 +190,7 @@ TEST(Host, ARootThatIsNoDirectoryIsRefusedWithOneLine)
     EXPECT_EQ(lines.size(), 2u);
 }
 
-TEST(Host, OnlyTheRootOfTheMachineIsLive)
-{
+TEST(Host, OnlyTheRootOfTheMachineIsLive) {
     Tree tree;
     HeardHost captured(tree);
     EXPECT_FALSE(captured->Live());

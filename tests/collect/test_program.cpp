@@ -16,8 +16,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-bool Soon(const std::function<bool()> &condition)
-{
+bool Soon(const std::function<bool()> &condition) {
     const auto deadline = steady_clock::now() + std::chrono::seconds(20);
     while (!condition()) {
         if (steady_clock::now() > deadline) return false;
@@ -34,8 +33,7 @@ struct Ended {
 
 class Program {
   public:
-    explicit Program(std::vector<std::string> arguments, const std::string &root = {})
-    {
+    explicit Program(std::vector<std::string> arguments, const std::string &root = {}) {
         arguments.insert(arguments.begin(), MWCOLLECT);
         std::vector<char *> argv;
         for (std::string &argument : arguments) argv.push_back(argument.data());
@@ -50,8 +48,7 @@ class Program {
             _exit(127);
         }
     }
-    ~Program()
-    {
+    ~Program() {
         if (pid_ > 0) {
             kill(pid_, SIGKILL);
             waitpid(pid_, nullptr, 0);
@@ -61,8 +58,7 @@ class Program {
     void Signal(int number) { kill(pid_, number); }
     bool Runs() { return waitpid(pid_, nullptr, WNOHANG) == 0; }
 
-    Ended Wait()
-    {
+    Ended Wait() {
         int status = 0;
         // One that does not end by itself is ended: its code is then that of a signal.
         if (!Soon([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) {
@@ -71,7 +67,8 @@ class Program {
         }
         pid_ = -1;
         HeardHost host(output_);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, host->File("/out").value_or(""), host->File("/err").value_or("")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, host->File("/out").value_or(""),
+                host->File("/err").value_or("")};
     }
 
   private:
@@ -79,18 +76,18 @@ class Program {
     pid_t pid_ = -1;
 };
 
-Ended RunProgram(const std::vector<std::string> &arguments, const std::string &root = {}) { return Program(arguments, root).Wait(); }
+Ended RunProgram(const std::vector<std::string> &arguments, const std::string &root = {}) {
+    return Program(arguments, root).Wait();
+}
 
-bool UsageIsThere()
-{
+bool UsageIsThere() {
     uint32_t enabled = 0;
     return MW_IsHostMemUsgInfoEnabled(&enabled) == 0 && enabled == MW_VALID_FLAG;
 }
 
 using ProgramOnBlankArea = OnBlankArea;
 
-TEST_F(ProgramOnBlankArea, OnceReadsTheLiveMachineIntoTheArea)
-{
+TEST_F(ProgramOnBlankArea, OnceReadsTheLiveMachineIntoTheArea) {
     const Ended ended = RunProgram({"--once"});
     EXPECT_EQ(ended.code, 0) << ended.err;
     EXPECT_EQ(ended.out, "");
@@ -106,19 +103,20 @@ TEST_F(ProgramOnBlankArea, OnceReadsTheLiveMachineIntoTheArea)
     EXPECT_LE(word, 100u);
 }
 
-TEST_F(ProgramOnBlankArea, OnceIsTheDefaultAndVerboseCountsWhatWasWritten)
-{
+TEST_F(ProgramOnBlankArea, OnceIsTheDefaultAndVerboseCountsWhatWasWritten) {
     Tree tree;
-    tree.File("/proc/meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n").File("/proc/stat", "cpu 25 0 0 75\n");
+    tree.File("/proc/meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n")
+        .File("/proc/stat", "cpu 25 0 0 75\n");
     const Ended ended = RunProgram({"--root", tree.top(), "--verbose", "--only", "usage,ntp"});
     EXPECT_EQ(ended.code, 0);
-    EXPECT_EQ(ended.out, "usage: memory usage: 1\nusage: processor usage: 1\nntp: no NTP server is configured on this host\n"
-                         "written: 2, refused: 0\n");
+    EXPECT_EQ(
+        ended.out,
+        "usage: memory usage: 1\nusage: processor usage: 1\nntp: no NTP server is configured on this host\n"
+        "written: 2, refused: 0\n");
     EXPECT_EQ(ended.err, "");
 }
 
-TEST_F(ProgramOnBlankArea, OnlyTheNamedCollectorsRun)
-{
+TEST_F(ProgramOnBlankArea, OnlyTheNamedCollectorsRun) {
     EXPECT_EQ(RunProgram({"--only", "cpu"}).code, 0);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
@@ -128,23 +126,24 @@ TEST_F(ProgramOnBlankArea, OnlyTheNamedCollectorsRun)
     EXPECT_FALSE(UsageIsThere());
 }
 
-TEST_F(ProgramOnBlankArea, BrokenFilesAreNamedOnStandardErrorAndTheRestIsWritten)
-{
+TEST_F(ProgramOnBlankArea, BrokenFilesAreNamedOnStandardErrorAndTheRestIsWritten) {
     Tree tree;
     tree.File("/proc/meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n").File("/proc/stat", "nonsense\n");
     const Ended ended = RunProgram({"--root", tree.top(), "--only", "usage"});
     EXPECT_EQ(ended.code, 0);
-    EXPECT_EQ(ended.err, "mwcollect: " + tree.top() + "/proc/stat: expected a first line of cpu and at least four counters, found "
-                         "\"nonsense\"; skipped\n");
+    EXPECT_EQ(ended.err, "mwcollect: " + tree.top() +
+                             "/proc/stat: expected a first line of cpu and at least four counters, found "
+                             "\"nonsense\"; skipped\n");
     EXPECT_TRUE(UsageIsThere());
 }
 
-TEST_F(ProgramOnBlankArea, AnEmptyMachineWritesNothingWhichIsAFailure)
-{
+TEST_F(ProgramOnBlankArea, AnEmptyMachineWritesNothingWhichIsAFailure) {
     Tree tree;
     const Ended ended = RunProgram({"--root", tree.top()});
     EXPECT_EQ(ended.code, 1);
-    EXPECT_EQ(ended.err, "mwcollect: nothing was written: none of the collectors found anything, or the shared area refused it\n");
+    EXPECT_EQ(ended.err,
+              "mwcollect: nothing was written: none of the collectors found anything, or the shared area "
+              "refused it\n");
 }
 
 class EndsOnSignal : public OnBlankArea, public ::testing::WithParamInterface<int> {};
@@ -152,8 +151,7 @@ class EndsOnSignal : public OnBlankArea, public ::testing::WithParamInterface<in
 INSTANTIATE_TEST_SUITE_P(Program, EndsOnSignal, ::testing::Values(SIGTERM, SIGINT),
                          [](const auto &one) { return one.param == SIGTERM ? "Term" : "Int"; });
 
-TEST_P(EndsOnSignal, IntervalKeepsCollectingUntilItComes)
-{
+TEST_P(EndsOnSignal, IntervalKeepsCollectingUntilItComes) {
     Program program({"--interval", "0.1"});
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(Soon(UsageIsThere));
@@ -168,27 +166,26 @@ TEST_P(EndsOnSignal, IntervalKeepsCollectingUntilItComes)
     EXPECT_EQ(MW_ClearCpuUsgInfoFromHostMon(), 0);
 }
 
-TEST_P(EndsOnSignal, ALongIntervalIsCutShort)
-{
+TEST_P(EndsOnSignal, ALongIntervalIsCutShort) {
     Program program({"--interval", "3600"});
     EXPECT_TRUE(Soon(UsageIsThere));
     program.Signal(GetParam());
     EXPECT_EQ(program.Wait().code, 0);
 }
 
-TEST(Program, WithoutAnAreaItSaysWhatToDo)
-{
+TEST(Program, WithoutAnAreaItSaysWhatToDo) {
     Tree elsewhere;
-    for (const std::vector<std::string> &arguments : {std::vector<std::string>{"--once"}, {"--interval", "0.1"}}) {
+    for (const std::vector<std::string> &arguments :
+         {std::vector<std::string>{"--once"}, {"--interval", "0.1"}}) {
         const Ended ended = RunProgram(arguments, elsewhere.top());
         EXPECT_EQ(ended.code, 1);
-        EXPECT_NE(ended.err.find("mwcollect: there is no shared area to write to: run midware-init first\n"), std::string::npos)
+        EXPECT_NE(ended.err.find("mwcollect: there is no shared area to write to: run midware-init first\n"),
+                  std::string::npos)
             << ended.err;
     }
 }
 
-TEST(Program, ListNamesTheCollectorsInTheirOrderWithoutAnArea)
-{
+TEST(Program, ListNamesTheCollectorsInTheirOrderWithoutAnArea) {
     Tree elsewhere;
     const Ended ended = RunProgram({"--list"}, elsewhere.top());
     EXPECT_EQ(ended.code, 0);
@@ -202,11 +199,17 @@ TEST(Program, ListNamesTheCollectorsInTheirOrderWithoutAnArea)
     EXPECT_LT(ended.out.find("memory "), ended.out.find("usage "));
 }
 
-TEST(Program, WrongUseIsTwo)
-{
-    const std::vector<std::vector<std::string>> kWrong = {{"--only", "cpu,nonsense"}, {"--interval", "0"}, {"--interval", "x"},
-        {"--interval", "1e99"}, {"--interval", "nan"}, {"--once", "--interval", "5"}, {"--root", "/no/such/directory"}, {"--root"},
-        {"--nonsense"}, {"extra"}};
+TEST(Program, WrongUseIsTwo) {
+    const std::vector<std::vector<std::string>> kWrong = {{"--only", "cpu,nonsense"},
+                                                          {"--interval", "0"},
+                                                          {"--interval", "x"},
+                                                          {"--interval", "1e99"},
+                                                          {"--interval", "nan"},
+                                                          {"--once", "--interval", "5"},
+                                                          {"--root", "/no/such/directory"},
+                                                          {"--root"},
+                                                          {"--nonsense"},
+                                                          {"extra"}};
     for (const auto &arguments : kWrong) {
         const Ended ended = RunProgram(arguments);
         EXPECT_EQ(ended.code, 2) << ::testing::PrintToString(arguments);

@@ -1,5 +1,6 @@
 // What the collectors leave in the shared area, read back through the library.
 #include "area.h"
+#include "collectors/partitions.h"
 #include "smbios_builder.h"
 
 namespace collect {
@@ -7,27 +8,30 @@ namespace {
 
 // --- processors
 
-void TwoProcessors(Tree &tree, const std::string &model = "Model")
-{
+void TwoProcessors(Tree &tree, const std::string &model = "Model") {
     std::string info;
     for (int cpu = 0; cpu < 4; ++cpu) {
         const int package = cpu / 2 == 0 ? 36 : 8442;
-        info += fmt::format("processor: {}\nvendor_id: Vendor\nmodel name: {}\ncpu MHz: 2000\n\n", cpu, model);
+        info +=
+            fmt::format("processor: {}\nvendor_id: Vendor\nmodel name: {}\ncpu MHz: 2000\n\n", cpu, model);
         const std::string topology = fmt::format("/sys/devices/system/cpu/cpu{}/topology/", cpu);
-        tree.File(topology + "physical_package_id", std::to_string(package)).File(topology + "thread_siblings_list", std::to_string(cpu));
+        tree.File(topology + "physical_package_id", std::to_string(package))
+            .File(topology + "thread_siblings_list", std::to_string(cpu));
     }
     tree.File("/proc/cpuinfo", info);
     for (int chip = 0; chip < 2; ++chip) {
         const std::string dir = fmt::format("/sys/class/hwmon/hwmon{}/", chip);
-        tree.File(dir + "name", "coretemp").File(dir + "temp1_label", chip == 0 ? "Package id 36" : "Package id 8442");
-        tree.File(dir + "temp1_input", chip == 0 ? "50000" : "61000").File(dir + "temp1_crit", "100000").File(dir + "temp1_max", "85000");
+        tree.File(dir + "name", "coretemp")
+            .File(dir + "temp1_label", chip == 0 ? "Package id 36" : "Package id 8442");
+        tree.File(dir + "temp1_input", chip == 0 ? "50000" : "61000")
+            .File(dir + "temp1_crit", "100000")
+            .File(dir + "temp1_max", "85000");
     }
 }
 
 using CpuStore = OnBlankArea;
 
-TEST_F(CpuStore, IdentityAndLocationOfEachPackageAreStored)
-{
+TEST_F(CpuStore, IdentityAndLocationOfEachPackageAreStored) {
     Tree tree;
     TwoProcessors(tree);
     EXPECT_GT(Once("cpu", tree), 0u);
@@ -51,8 +55,7 @@ TEST_F(CpuStore, IdentityAndLocationOfEachPackageAreStored)
     EXPECT_EQ(assets[1].dwCpuId, 1u);
 }
 
-TEST_F(CpuStore, TemperaturesComeWithTheirLimits)
-{
+TEST_F(CpuStore, TemperaturesComeWithTheirLimits) {
     Tree tree;
     TwoProcessors(tree);
     Once("cpu", tree);
@@ -69,8 +72,7 @@ TEST_F(CpuStore, TemperaturesComeWithTheirLimits)
     EXPECT_EQ(temperatures[1].ucTcontrol, 15);
 }
 
-TEST_F(CpuStore, EverySelEntryTakesEventDataOfItsOffset)
-{
+TEST_F(CpuStore, EverySelEntryTakesEventDataOfItsOffset) {
     Tree tree;
     TwoProcessors(tree);
     Once("cpu", tree);
@@ -80,8 +82,7 @@ TEST_F(CpuStore, EverySelEntryTakesEventDataOfItsOffset)
     EXPECT_EQ(MW_SetCpuAssertSelEventDataInfo(1, 15), -1);
 }
 
-TEST_F(CpuStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone)
-{
+TEST_F(CpuStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone) {
     Tree tree;
     TwoProcessors(tree);
     HeardHost host(tree);
@@ -117,8 +118,7 @@ TEST_F(CpuStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone)
     }
 }
 
-TEST_F(CpuStore, AnotherProcessorStartsWithABlankStatus)
-{
+TEST_F(CpuStore, AnotherProcessorStartsWithABlankStatus) {
     Tree tree;
     TwoProcessors(tree);
     Once("cpu", tree);
@@ -130,8 +130,7 @@ TEST_F(CpuStore, AnotherProcessorStartsWithABlankStatus)
     EXPECT_EQ(alarms.ucIERRState, 0);
 }
 
-TEST_F(CpuStore, ASensorThatIsGoneTakesItsReadingAlong)
-{
+TEST_F(CpuStore, ASensorThatIsGoneTakesItsReadingAlong) {
     Tree tree;
     TwoProcessors(tree);
     HeardHost host(tree);
@@ -146,8 +145,7 @@ TEST_F(CpuStore, ASensorThatIsGoneTakesItsReadingAlong)
     EXPECT_EQ(flag, 0u);
 }
 
-TEST_F(CpuStore, AnAreaStartedAfreshIsFilledAgainByARunningCollector)
-{
+TEST_F(CpuStore, AnAreaStartedAfreshIsFilledAgainByARunningCollector) {
     Tree tree;
     TwoProcessors(tree);
     HeardHost host(tree);
@@ -164,16 +162,13 @@ TEST_F(CpuStore, AnAreaStartedAfreshIsFilledAgainByARunningCollector)
     EXPECT_EQ(MW_SetCpuAssertSelEventDataInfo(1, 14), 0);
 }
 
-TEST_F(CpuStore, AMachineWithoutProcessorsLeavesTheAreaAlone)
-{
-    EXPECT_EQ(Once("cpu", Tree()), 0u);
-}
+TEST_F(CpuStore, AMachineWithoutProcessorsLeavesTheAreaAlone) { EXPECT_EQ(Once("cpu", Tree()), 0u); }
 
-TEST_F(CpuStore, MoreThanEightPackagesAreSaidSo)
-{
+TEST_F(CpuStore, MoreThanEightPackagesAreSaidSo) {
     Tree tree;
     for (int cpu = 0; cpu < 9; ++cpu) {
-        tree.File(fmt::format("/sys/devices/system/cpu/cpu{}/topology/physical_package_id", cpu), std::to_string(cpu));
+        tree.File(fmt::format("/sys/devices/system/cpu/cpu{}/topology/physical_package_id", cpu),
+                  std::to_string(cpu));
     }
     HeardHost host(tree);
     Round(*New("cpu"), host);
@@ -185,20 +180,18 @@ TEST_F(CpuStore, MoreThanEightPackagesAreSaidSo)
 
 // --- memory
 
-void ThreeSlots(Tree &tree, const std::string &first = "DIMM_A1")
-{
+void ThreeSlots(Tree &tree, const std::string &first = "DIMM_A1") {
     tree.File(kDmiTable, MemorySlot(first).Bytes() + EmptySlot("DIMM_A2") + MemorySlot("DIMM_B1").Bytes());
 }
 
-void CountErrors(Tree &tree, uint64_t correctable, uint64_t uncorrectable)
-{
+void CountErrors(Tree &tree, uint64_t correctable, uint64_t uncorrectable) {
     const std::string dir = "/sys/devices/system/edac/mc/mc0/dimm0/";
     tree.File(dir + "dimm_label", "DIMM_B1").File(dir + "size", "16384");
-    tree.File(dir + "dimm_ce_count", std::to_string(correctable)).File(dir + "dimm_ue_count", std::to_string(uncorrectable));
+    tree.File(dir + "dimm_ce_count", std::to_string(correctable))
+        .File(dir + "dimm_ue_count", std::to_string(uncorrectable));
 }
 
-MemAlarmInfo Alarms(uint32_t number)
-{
+MemAlarmInfo Alarms(uint32_t number) {
     MemAlarmInfo alarms{};
     EXPECT_EQ(MW_GetMemAlarmInfoByDimmNum(&alarms, number), 0);
     return alarms;
@@ -206,8 +199,7 @@ MemAlarmInfo Alarms(uint32_t number)
 
 using MemoryStore = OnBlankArea;
 
-TEST_F(MemoryStore, SlotsAndPluggedModulesAreStored)
-{
+TEST_F(MemoryStore, SlotsAndPluggedModulesAreStored) {
     Tree tree;
     ThreeSlots(tree);
     Once("memory", tree);
@@ -230,8 +222,7 @@ TEST_F(MemoryStore, SlotsAndPluggedModulesAreStored)
     EXPECT_EQ(total, 32u);
 }
 
-TEST_F(MemoryStore, EverySelEntryTakesEventDataOfItsOffset)
-{
+TEST_F(MemoryStore, EverySelEntryTakesEventDataOfItsOffset) {
     Tree tree;
     ThreeSlots(tree);
     Once("memory", tree);
@@ -241,8 +232,7 @@ TEST_F(MemoryStore, EverySelEntryTakesEventDataOfItsOffset)
     EXPECT_EQ(MW_SetMemAssertSelEventDataInfo(3, 15), -1);
 }
 
-TEST_F(MemoryStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone)
-{
+TEST_F(MemoryStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone) {
     Tree tree;
     ThreeSlots(tree);
     HeardHost host(tree);
@@ -266,8 +256,7 @@ TEST_F(MemoryStore, LaterRoundsLeaveAlarmsHealthAndUsageAlone)
     }
 }
 
-TEST_F(MemoryStore, AnotherModuleStartsWithABlankStatus)
-{
+TEST_F(MemoryStore, AnotherModuleStartsWithABlankStatus) {
     Tree tree;
     ThreeSlots(tree);
     Once("memory", tree);
@@ -278,8 +267,7 @@ TEST_F(MemoryStore, AnotherModuleStartsWithABlankStatus)
     EXPECT_EQ(Alarms(3).ucPredictiveFailureState, 0);
 }
 
-TEST_F(MemoryStore, NewErrorsAssertTheirStatesAndOldOnesDoNot)
-{
+TEST_F(MemoryStore, NewErrorsAssertTheirStatesAndOldOnesDoNot) {
     Tree tree;
     ThreeSlots(tree);
     CountErrors(tree, 0, 0);
@@ -309,8 +297,7 @@ TEST_F(MemoryStore, NewErrorsAssertTheirStatesAndOldOnesDoNot)
     EXPECT_EQ(Alarms(3).ucCorrectECCCnt, 8);
 }
 
-TEST_F(MemoryStore, TheErrorCountStaysAtTheEndOfItsByte)
-{
+TEST_F(MemoryStore, TheErrorCountStaysAtTheEndOfItsByte) {
     Tree tree;
     ThreeSlots(tree);
     CountErrors(tree, 300, 0);
@@ -318,13 +305,14 @@ TEST_F(MemoryStore, TheErrorCountStaysAtTheEndOfItsByte)
     EXPECT_EQ(Alarms(3).ucCorrectECCCnt, 255);
 }
 
-TEST_F(MemoryStore, ModuleTemperaturesAreStoredByNumberAndTakenBackWithTheirSensor)
-{
+TEST_F(MemoryStore, ModuleTemperaturesAreStoredByNumberAndTakenBackWithTheirSensor) {
     Tree tree;
     ThreeSlots(tree);
     for (int chip = 0; chip < 2; ++chip) {
         const std::string dir = fmt::format("/sys/class/hwmon/hwmon{}/", chip);
-        tree.File(dir + "name", "jc42").File(dir + "temp1_input", chip == 0 ? "40000" : "45000").File(dir + "temp1_crit", "95000");
+        tree.File(dir + "name", "jc42")
+            .File(dir + "temp1_input", chip == 0 ? "40000" : "45000")
+            .File(dir + "temp1_crit", "95000");
         tree.Link(dir + "device", fmt::format("../../../0-001{}", 8 + chip));
     }
     HeardHost host(tree);
@@ -347,8 +335,7 @@ TEST_F(MemoryStore, ModuleTemperaturesAreStoredByNumberAndTakenBackWithTheirSens
     EXPECT_EQ(temperature.iTemp, 40);
 }
 
-TEST_F(MemoryStore, OverlongTextsAreCutToTheirFields)
-{
+TEST_F(MemoryStore, OverlongTextsAreCutToTheirFields) {
     Tree tree;
     const std::string locator(500, 'L');
     tree.File(kDmiTable, MemorySlot(locator).Bytes());
@@ -359,14 +346,15 @@ TEST_F(MemoryStore, OverlongTextsAreCutToTheirFields)
     EXPECT_EQ(std::string(phys[0].acSilkName), locator.substr(0, sizeof(phys[0].acSilkName) - 1));
 }
 
-TEST_F(MemoryStore, TheTotalAloneIsSaidSo)
-{
+TEST_F(MemoryStore, TheTotalAloneIsSaidSo) {
     Tree tree;
     tree.File("/proc/meminfo", "MemTotal: 8388608 kB\n");
     HeardHost host(tree);
     Round(*New("memory"), host);
-    EXPECT_EQ(host.Line(), "memory devices: neither SMBIOS nor EDAC describes them; the total of /proc/meminfo is stored as one "
-                           "device");
+    EXPECT_EQ(
+        host.Line(),
+        "memory devices: neither SMBIOS nor EDAC describes them; the total of /proc/meminfo is stored as one "
+        "device");
     uint32_t total = 0;
     ASSERT_EQ(MW_GetMemTotalSizeGB(&total), 0);
     EXPECT_EQ(total, 8u);
@@ -376,10 +364,10 @@ TEST_F(MemoryStore, TheTotalAloneIsSaidSo)
 
 using UsageStore = OnBlankArea;
 
-TEST_F(UsageStore, BothFiguresOfACapturedTreeAreEnabled)
-{
+TEST_F(UsageStore, BothFiguresOfACapturedTreeAreEnabled) {
     Tree tree;
-    tree.File("/proc/meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n").File("/proc/stat", "cpu 25 0 0 75\n");
+    tree.File("/proc/meminfo", "MemTotal: 1000 kB\nMemAvailable: 400 kB\n")
+        .File("/proc/stat", "cpu 25 0 0 75\n");
     EXPECT_EQ(Once("usage", tree), 2u);
     uint32_t usage = 0;
     ASSERT_EQ(MW_GetMemUsgInfoFromHostMon(&usage), 0);
@@ -391,8 +379,7 @@ TEST_F(UsageStore, BothFiguresOfACapturedTreeAreEnabled)
     EXPECT_EQ(enabled, MW_VALID_FLAG);
 }
 
-TEST_F(UsageStore, BrokenFilesWriteNothingAndSaySo)
-{
+TEST_F(UsageStore, BrokenFilesWriteNothingAndSaySo) {
     Tree tree;
     tree.File("/proc/meminfo", "garbage\n").File("/proc/stat", "intr 1 2 3\n");
     HeardHost host(tree);
@@ -405,8 +392,7 @@ TEST_F(UsageStore, BrokenFilesWriteNothingAndSaySo)
 
 using PartitionStore = OnBlankArea;
 
-TEST_F(PartitionStore, TheLiveMachinesPartitionsAreStoredByTheirMountPoints)
-{
+TEST_F(PartitionStore, TheLiveMachinesPartitionsAreStoredByTheirMountPoints) {
     HeardHost host("/");
     const size_t written = Round(*New("partitions"), host);
     HardDiskUsageInfo stored{};
@@ -418,17 +404,59 @@ TEST_F(PartitionStore, TheLiveMachinesPartitionsAreStoredByTheirMountPoints)
     }
 }
 
+Partitions Mounted(const Strings &names, uint8_t percent) {
+    Partitions found;
+    for (const std::string &name : names) found.partitions.push_back({name, percent, 1000, 10u * percent});
+    return found;
+}
+
+TEST_F(PartitionStore, APartitionThatIsNoLongerMountedLeavesTheTable) {
+    HeardHost host("/");
+    Writer writer(host.log(), false);
+    PartitionTable table;
+    table.Store(Mounted({"/", "/a", "/b"}, 10), writer);
+    ASSERT_EQ(MW_SetHostHardDiskUsgAlarmStatus(1, 1), 0);
+    table.Store(Mounted({"/", "/a", "/b"}, 20), writer);
+    uint32_t alarm = 0;
+    ASSERT_EQ(MW_GetHostHardDiskUsgAlarmStatus(1, &alarm), 0);
+    EXPECT_EQ(alarm, 1u);  // nothing is gone: the alarms stay
+    table.Store(Mounted({"/", "/b"}, 30), writer);
+    HardDiskUsageInfo stored{};
+    ASSERT_EQ(MW_GetHardDiskUsgInfoFromHostMon(&stored), 0);
+    ASSERT_EQ(stored.dwTotalPart, 2u);
+    EXPECT_STREQ(stored.atPart[1].acPartName, "/b");
+    EXPECT_EQ(stored.atPart[1].ucUsedPercent, 30);
+    EXPECT_EQ(stored.atPart[1].dwTotalMB, 1000u);
+    EXPECT_EQ(stored.atPart[1].dwUsedMB, 300u);
+    table.Store(Mounted({}, 0), writer);
+    ASSERT_EQ(MW_GetHardDiskUsgInfoFromHostMon(&stored), 0);
+    EXPECT_EQ(stored.dwTotalPart, 0u);
+    EXPECT_EQ(writer.Failed(), 0u);
+}
+
+TEST_F(PartitionStore, PartitionsOfOtherReportersStay) {
+    HardDiskUsageInfo other{};
+    other.dwTotalPart = 1;
+    Fill(other.atPart[0].acPartName, "/theirs");
+    ASSERT_EQ(MW_SetHardDiskUsageInfoFromHostMon(&other), 0);
+    HeardHost host("/");
+    Writer writer(host.log(), false);
+    PartitionTable().Store(Mounted({"/"}, 10), writer);
+    HardDiskUsageInfo stored{};
+    ASSERT_EQ(MW_GetHardDiskUsgInfoFromHostMon(&stored), 0);
+    ASSERT_EQ(stored.dwTotalPart, 2u);
+    EXPECT_STREQ(stored.atPart[0].acPartName, "/theirs");
+}
+
 using NtpStore = OnBlankArea;
 
-NtpInfo Ntp()
-{
+NtpInfo Ntp() {
     NtpInfo info{};
     EXPECT_EQ(MW_GetNtpInfo(&info), 0);
     return info;
 }
 
-TEST_F(NtpStore, ServersAreStoredAndTheOtherSettingsStay)
-{
+TEST_F(NtpStore, ServersAreStoredAndTheOtherSettingsStay) {
     NtpInfo before{};
     before.dwNtpInterval = 64;
     before.dwAuthKeyId = 9;
@@ -448,8 +476,7 @@ TEST_F(NtpStore, ServersAreStoredAndTheOtherSettingsStay)
     EXPECT_EQ(info.dwAuthKeyId, 9u);
 }
 
-TEST_F(NtpStore, WithoutServersTheSettingsStay)
-{
+TEST_F(NtpStore, WithoutServersTheSettingsStay) {
     NtpInfo before{};
     before.dwServerCount = 1;
     Fill(before.acNtpServerName[0], "admin.example");
@@ -458,8 +485,7 @@ TEST_F(NtpStore, WithoutServersTheSettingsStay)
     EXPECT_STREQ(Ntp().acNtpServerName[0], "admin.example");
 }
 
-TEST_F(NtpStore, AnAdministratorsChangeStaysUntilTheHostsConfigurationChanges)
-{
+TEST_F(NtpStore, AnAdministratorsChangeStaysUntilTheHostsConfigurationChanges) {
     Tree tree;
     tree.File("/etc/chrony.conf", "server a.example\n");
     HeardHost host(tree);
@@ -477,8 +503,7 @@ TEST_F(NtpStore, AnAdministratorsChangeStaysUntilTheHostsConfigurationChanges)
     EXPECT_STREQ(Ntp().acNtpServerName[0], "c.example");
 }
 
-TEST_F(NtpStore, ServersBeyondTheRecordAreSaidSo)
-{
+TEST_F(NtpStore, ServersBeyondTheRecordAreSaidSo) {
     Tree tree;
     std::string text;
     for (int i = 0; i < 8; ++i) text += fmt::format("server s{}.example\n", i);

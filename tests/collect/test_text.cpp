@@ -7,23 +7,22 @@
 namespace collect {
 namespace {
 
-TEST(Text, TrimsBlanksLineEndsAndNulsAtBothEnds)
-{
+TEST(Text, TrimsBlanksLineEndsAndNulsAtBothEnds) {
     EXPECT_EQ(Trim(std::string_view(" \t0-63\n\0", 8)), "0-63");
     EXPECT_EQ(Trim("a b"), "a b");
     EXPECT_EQ(Trim(" \n "), "");
     EXPECT_EQ(Trim(""), "");
 }
 
-TEST(Text, NumbersAreTakenWholeOrNotAtAll)
-{
+TEST(Text, NumbersAreTakenWholeOrNotAtAll) {
     EXPECT_EQ(ParseNumber<uint32_t>(" 4294967295\n"), 4294967295u);
     EXPECT_EQ(ParseNumber<int32_t>("-1"), -1);
     EXPECT_EQ(ParseNumber<int32_t>("-2147483648"), INT32_MIN);
     EXPECT_EQ(ParseNumber<uint16_t>("0x1af4", 16), 0x1AF4);
     EXPECT_EQ(ParseNumber<uint16_t>("1AF4", 16), 0x1AF4);
     EXPECT_EQ(ParseNumber<uint64_t>("18446744073709551615"), UINT64_MAX);
-    for (const char *bad : {"", " ", "-1", "+1", "4294967296", "12a", "a12", "1 2", "1.5", "0x10", "99999999999999999999999"}) {
+    for (const char *bad :
+         {"", " ", "-1", "+1", "4294967296", "12a", "a12", "1 2", "1.5", "0x10", "99999999999999999999999"}) {
         EXPECT_EQ(ParseNumber<uint32_t>(bad), std::nullopt) << bad;
     }
     EXPECT_EQ(ParseNumber<uint16_t>("0x", 16), std::nullopt);
@@ -33,17 +32,16 @@ TEST(Text, NumbersAreTakenWholeOrNotAtAll)
     EXPECT_EQ(ParseNumber<uint32_t>(std::string_view("1\0002", 3)), std::nullopt);
 }
 
-TEST(Text, NaturalOrderComparesRunsOfDigitsAsNumbers)
-{
-    std::vector<std::string> names = {"cpu10", "cpu2", "cpu", "cpu2a", "cpu02", "b1-10", "b1-9", "cpu99999999999999999999999"};
+TEST(Text, NaturalOrderComparesRunsOfDigitsAsNumbers) {
+    std::vector<std::string> names = {"cpu10", "cpu2",  "cpu",  "cpu2a",
+                                      "cpu02", "b1-10", "b1-9", "cpu99999999999999999999999"};
     std::sort(names.begin(), names.end(), NaturalLess);
     EXPECT_EQ(names, (std::vector<std::string>{"b1-9", "b1-10", "cpu", "cpu02", "cpu2", "cpu2a", "cpu10",
                                                "cpu99999999999999999999999"}));
     EXPECT_FALSE(NaturalLess("cpu2", "cpu2"));
 }
 
-TEST(Text, FieldsAreCutAtACharacterTerminatedAndZeroedBehind)
-{
+TEST(Text, FieldsAreCutAtACharacterTerminatedAndZeroedBehind) {
     char field[6];
     Fill(field, "abcdefgh");
     EXPECT_EQ(std::string(field, 6), std::string("abcde\0", 6));
@@ -55,30 +53,33 @@ TEST(Text, FieldsAreCutAtACharacterTerminatedAndZeroedBehind)
     EXPECT_STREQ(field, "abc\xC3\xA9");
 }
 
-TEST(Text, CleanTextKeepsUtf8AndReplacesWhatIsNone)
-{
+TEST(Text, CleanTextKeepsUtf8AndReplacesWhatIsNone) {
     EXPECT_EQ(CleanText("  M\xC3\xBCller \n"), "M\xC3\xBCller");
-    EXPECT_EQ(CleanText("a\x01" "b\x80" "c\xC3"), "a?b?c?");
+    EXPECT_EQ(CleanText("a\x01"
+                        "b\x80"
+                        "c\xC3"),
+              "a?b?c?");
     EXPECT_EQ(CleanText("\xC0\xAF"), "??");
     EXPECT_EQ(CleanText("\xED\xA0\x80"), "???");
 }
 
-TEST(Text, PlaceholdersOfFirmwareSayNothing)
-{
-    for (const char *text : {"N/A", "To be filled by O.E.M.", " not specified ", "NO DIMM", "", "Unknown", "None"}) {
+TEST(Text, PlaceholdersOfFirmwareSayNothing) {
+    for (const char *text :
+         {"N/A", "To be filled by O.E.M.", " not specified ", "NO DIMM", "", "Unknown", "None"}) {
         EXPECT_EQ(Meaningful(text), "") << text;
     }
     EXPECT_EQ(Meaningful(" DIMM_A1 "), "DIMM_A1");
 }
 
-TEST(Text, PrintableIsOneShortLine)
-{
-    EXPECT_EQ(Printable("a\nb\x1B" "c", 60), "a?b?c");
+TEST(Text, PrintableIsOneShortLine) {
+    EXPECT_EQ(Printable("a\nb\x1B"
+                        "c",
+                        60),
+              "a?b?c");
     EXPECT_EQ(Printable("abcdef", 3), "abc...");
 }
 
-TEST(Text, LinesAndWords)
-{
+TEST(Text, LinesAndWords) {
     EXPECT_EQ(Lines("a\n\nb").size(), 3u);
     EXPECT_EQ(Lines("").size(), 0u);
     EXPECT_EQ(Words("  a\tb  c "), (std::vector<std::string_view>{"a", "b", "c"}));

@@ -1,14 +1,13 @@
 #include "collector.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace collect {
 namespace {
 
-std::vector<CollectorType> &Types()
-{
+std::vector<CollectorType> &Types() {
     static std::vector<CollectorType> types;
     return types;
 }
@@ -17,8 +16,7 @@ std::vector<CollectorType> &Types()
 
 const std::vector<CollectorType> &CollectorTypes() { return Types(); }
 
-Registration::Registration(const CollectorType &type)
-{
+Registration::Registration(const CollectorType &type) {
     const auto before = [](const CollectorType &a, const CollectorType &b) {
         return a.order != b.order ? a.order < b.order : a.name < b.name;
     };
@@ -26,15 +24,15 @@ Registration::Registration(const CollectorType &type)
     types.insert(std::upper_bound(types.begin(), types.end(), type, before), type);
 }
 
-bool Writer::Wrote(std::string_view what, size_t count, int32_t result)
-{
+bool Writer::Wrote(std::string_view what, size_t count, int32_t result) {
     if (result != 0) {
         failed_ += count;
         log_.Once(fmt::format("{}: {} could not be written", collector_, what));
         return false;
     }
     written_ += count;
-    const auto known = std::find_if(counts_.begin(), counts_.end(), [&](const auto &one) { return one.first == what; });
+    const auto known =
+        std::find_if(counts_.begin(), counts_.end(), [&](const auto &one) { return one.first == what; });
     if (known != counts_.end()) {
         known->second += count;
     } else {
@@ -45,8 +43,7 @@ bool Writer::Wrote(std::string_view what, size_t count, int32_t result)
 
 void Writer::Remark(std::string_view text) { remarks_.emplace_back(text); }
 
-void Writer::End()
-{
+void Writer::End() {
     if (verbose_) {
         for (const auto &[what, count] : counts_) fmt::print("{}: {}: {}\n", collector_, what, count);
         for (const std::string &remark : remarks_) fmt::print("{}: {}\n", collector_, remark);

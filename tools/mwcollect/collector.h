@@ -1,8 +1,9 @@
-// A collector reads one subject of a host and writes it to the shared area. It is one source file in collectors/:
+// A collector reads one subject of a host and writes it to the shared area. It is one source file in
+// collectors/:
 //
 //     pure functions, Host -> records, which the tests call;
-//     a class derived from Collector whose Collect() calls them and hands the records to the MW_Set functions;
-//     a Registration, which is all that the rest of the program needs to find it.
+//     a class derived from Collector whose Collect() calls them and hands the records to the MW_Set
+//     functions; a Registration, which is all that the rest of the program needs to find it.
 #ifndef MWCOLLECT_COLLECTOR_H
 #define MWCOLLECT_COLLECTOR_H
 
@@ -26,8 +27,8 @@ class Writer {
     void Begin(std::string_view collector) { collector_ = collector; }
     void End();  // prints, where wanted, what was written since Begin
 
-    // Notes the result of an MW_Set function: count records called what ("processor assets"). Answers whether they
-    // were written.
+    // Notes the result of an MW_Set function: count records called what ("processor assets"). Answers whether
+    // they were written.
     bool Wrote(std::string_view what, size_t count, int32_t result);
 
     // A remark for --verbose only.
@@ -56,7 +57,7 @@ class Collector {
 struct CollectorType {
     std::string_view name;     // as --only takes it
     std::string_view summary;  // as --list prints it
-    int order;                 // smaller runs first: inventories before the figures that live in their records
+    int order;  // smaller runs first: inventories before the figures that live in their records
     std::unique_ptr<Collector> (*make)();
 };
 
@@ -69,8 +70,7 @@ class Registration {
 };
 
 template <typename T>
-std::unique_ptr<Collector> Make()
-{
+std::unique_ptr<Collector> Make() {
     return std::make_unique<T>();
 }
 

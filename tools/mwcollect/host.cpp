@@ -23,8 +23,7 @@ constexpr size_t kEntriesMax = 65536;
 
 // The result of a system call that is repeated when a signal interrupts it.
 template <typename Call>
-auto Again(Call call)
-{
+auto Again(Call call) {
     decltype(call()) result;
     do {
         result = call();
@@ -32,8 +31,7 @@ auto Again(Call call)
     return result;
 }
 
-void PushComponents(std::deque<std::string> &todo, std::string_view path)
-{
+void PushComponents(std::deque<std::string> &todo, std::string_view path) {
     std::vector<std::string> names;
     while (!path.empty()) {
         const size_t end = std::min(path.find('/'), path.size());
@@ -43,8 +41,7 @@ void PushComponents(std::deque<std::string> &todo, std::string_view path)
     todo.insert(todo.begin(), names.begin(), names.end());
 }
 
-std::optional<std::string> ReadLink(int dir, const char *name)
-{
+std::optional<std::string> ReadLink(int dir, const char *name) {
     char target[4096];
     const ssize_t length = readlinkat(dir, name, target, sizeof(target));
     if (length < 0 || length == static_cast<ssize_t>(sizeof(target))) return std::nullopt;
@@ -54,26 +51,24 @@ std::optional<std::string> ReadLink(int dir, const char *name)
 bool IsMissing(int error) { return error == ENOENT || error == ENOTDIR; }
 
 // What the kernel answers for an attribute that has no value at the moment.
-bool IsRefusal(int error)
-{
-    return error == EINVAL || error == ENODATA || error == ENXIO || error == EIO || error == EAGAIN || error == EBUSY ||
-           error == ENODEV || error == EOPNOTSUPP;
+bool IsRefusal(int error) {
+    return error == EINVAL || error == ENODATA || error == ENXIO || error == EIO || error == EAGAIN ||
+           error == EBUSY || error == ENODEV || error == EOPNOTSUPP;
 }
 
 }  // namespace
 
-Fd::~Fd()
-{
+Fd::~Fd() {
     if (fd_ >= 0) close(fd_);
 }
 
-std::optional<Host> Host::Open(const std::string &root, Log &log, Lookup lookup)
-{
+std::optional<Host> Host::Open(const std::string &root, Log &log, Lookup lookup) {
     Fd fd(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat here {};
     struct stat top {};
     if (!fd || fstat(fd.get(), &here) != 0 || stat("/", &top) != 0) {
-        log.Once(fmt::format("{}: expected a directory with proc and sys below it: {}", root, strerror(errno)));
+        log.Once(
+            fmt::format("{}: expected a directory with proc and sys below it: {}", root, strerror(errno)));
         return std::nullopt;
     }
     const bool live = here.st_dev == top.st_dev && here.st_ino == top.st_ino;
@@ -84,20 +79,18 @@ std::optional<Host> Host::Open(const std::string &root, Log &log, Lookup lookup)
 
 std::string Host::Shown(const std::string &path) const { return root_ + path; }
 
-void Host::Skip(const std::string &path, std::string_view expected, std::string_view content) const
-{
-    log_->Skip(Shown(path), expected, content.empty() ? "nothing" : fmt::format("\"{}\"", Printable(content)));
+void Host::Skip(const std::string &path, std::string_view expected, std::string_view content) const {
+    log_->Skip(Shown(path), expected,
+               content.empty() ? "nothing" : fmt::format("\"{}\"", Printable(content)));
 }
 
-void Host::Unreadable(const std::string &path, std::string_view expected, int error) const
-{
+void Host::Unreadable(const std::string &path, std::string_view expected, int error) const {
     log_->Skip(Shown(path), expected, fmt::format("\"{}\"", strerror(error)));
 }
 
-// Follows a path name by name, reading links itself: the way to stay inside the root on a kernel that cannot do it, and
-// to learn the path without links.
-Host::Found Host::Walk(const std::string &path, int flags) const
-{
+// Follows a path name by name, reading links itself: the way to stay inside the root on a kernel that cannot
+// do it, and to learn the path without links.
+Host::Found Host::Walk(const std::string &path, int flags) const {
     std::deque<std::string> todo;
     PushComponents(todo, path);
     std::vector<std::pair<std::string, Fd>> way;  // directories from the root down
@@ -141,8 +134,7 @@ Host::Found Host::Walk(const std::string &path, int flags) const
     return found;
 }
 
-Fd Host::OpenInside(const std::string &path, int flags) const
-{
+Fd Host::OpenInside(const std::string &path, int flags) const {
     flags |= O_CLOEXEC;
     if (lookup_ == Lookup::kKernel) {
         struct open_how how {};
@@ -150,7 +142,8 @@ Fd Host::OpenInside(const std::string &path, int flags) const
         how.resolve = RESOLVE_IN_ROOT;
         const int fd = static_cast<int>(
             Again([&] { return syscall(SYS_openat2, fd_.get(), path.c_str(), &how, sizeof(how)); }));
-        // EAGAIN: something in the tree was renamed meanwhile. The others: an old kernel, or a filter of system calls.
+        // EAGAIN: something in the tree was renamed meanwhile. The others: an old kernel, or a filter of
+        // system calls.
         if (fd >= 0 || (errno != ENOSYS && errno != EPERM && errno != EAGAIN)) return Fd(fd);
     }
     Found found = Walk(path, flags);
@@ -160,8 +153,8 @@ Fd Host::OpenInside(const std::string &path, int flags) const
 
 bool Host::Exists(const std::string &path) const { return static_cast<bool>(OpenInside(path, O_PATH)); }
 
-std::optional<std::string> Host::Read(const std::string &path, size_t max, bool whole, Refusal refusal) const
-{
+std::optional<std::string> Host::Read(const std::string &path, size_t max, bool whole,
+                                      Refusal refusal) const {
     // Opening must neither wait (a pipe in a tree) nor take a terminal.
     const Fd fd = OpenInside(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     if (!fd) {
@@ -194,20 +187,17 @@ std::optional<std::string> Host::Read(const std::string &path, size_t max, bool 
     return text;
 }
 
-std::optional<std::string> Host::Text(const std::string &path, Refusal refusal) const
-{
+std::optional<std::string> Host::Text(const std::string &path, Refusal refusal) const {
     std::optional<std::string> text = Read(path, kAttributeMax, false, refusal);
     if (text) *text = std::string(Trim(*text));
     return text;
 }
 
-std::optional<std::string> Host::File(const std::string &path, size_t max) const
-{
+std::optional<std::string> Host::File(const std::string &path, size_t max) const {
     return Read(path, max, true, Refusal::kReported);
 }
 
-std::vector<std::string> Host::List(const std::string &path) const
-{
+std::vector<std::string> Host::List(const std::string &path) const {
     std::vector<std::string> names;
     Fd fd = OpenInside(path, O_RDONLY | O_DIRECTORY);
     if (!fd) {
@@ -231,31 +221,30 @@ std::vector<std::string> Host::List(const std::string &path) const
 }
 
 std::vector<NumberedEntry> Host::Numbered(const std::string &path, std::string_view prefix,
-                                          std::string_view suffix) const
-{
+                                          std::string_view suffix) const {
     std::vector<NumberedEntry> entries;
     for (std::string &name : List(path)) {
         const std::string_view whole = name;
-        if (whole.size() <= prefix.size() + suffix.size() || !whole.starts_with(prefix) || !whole.ends_with(suffix)) {
+        if (whole.size() <= prefix.size() + suffix.size() || !whole.starts_with(prefix) ||
+            !whole.ends_with(suffix)) {
             continue;
         }
         const auto number =
             ParseNumber<uint32_t>(whole.substr(prefix.size(), whole.size() - prefix.size() - suffix.size()));
         if (number) entries.push_back({*number, std::move(name)});
     }
-    std::stable_sort(entries.begin(), entries.end(), [](const auto &a, const auto &b) { return a.number < b.number; });
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const auto &a, const auto &b) { return a.number < b.number; });
     return entries;
 }
 
-std::optional<std::string> Host::Resolve(const std::string &path) const
-{
+std::optional<std::string> Host::Resolve(const std::string &path) const {
     Found found = Walk(path, O_PATH | O_CLOEXEC);
     if (!found.fd) return std::nullopt;
     return std::move(found.path);
 }
 
-std::optional<std::string> Host::LinkName(const std::string &path) const
-{
+std::optional<std::string> Host::LinkName(const std::string &path) const {
     const size_t slash = path.find_last_of('/');
     if (slash == std::string::npos) return std::nullopt;
     const Fd dir = OpenInside(slash == 0 ? "/" : path.substr(0, slash), O_PATH | O_DIRECTORY);
@@ -265,8 +254,7 @@ std::optional<std::string> Host::LinkName(const std::string &path) const
     return target->substr(target->find_last_of('/') + 1);
 }
 
-std::optional<FileSystemUse> Host::Use(const std::string &mount_point) const
-{
+std::optional<FileSystemUse> Host::Use(const std::string &mount_point) const {
     if (!live_) return std::nullopt;
     struct statvfs status {};
     if (Again([&] { return statvfs(mount_point.c_str(), &status); }) != 0) {
@@ -282,7 +270,8 @@ std::optional<FileSystemUse> Host::Use(const std::string &mount_point) const
         log_->Skip(mount_point, "a file system of some size", "none");
         return std::nullopt;
     }
-    return FileSystemUse{bytes(status.f_blocks), bytes(status.f_blocks - status.f_bfree), bytes(status.f_bavail)};
+    return FileSystemUse{bytes(status.f_blocks), bytes(status.f_blocks - status.f_bfree),
+                         bytes(status.f_bavail)};
 }
 
 }  // namespace collect

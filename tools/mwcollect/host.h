@@ -1,10 +1,13 @@
 // A read-only view of a machine below a root: "/" is the live machine, any other directory a captured tree.
 //
-// Paths are absolute as on the machine itself ("/sys/class/hwmon"). Symbolic links are followed, absolute ones and ".."
-// included, but never out of the root. What is missing is answered by nothing, silently; what is there but cannot be read
-// or is not what it should be is answered by nothing as well, after one line on standard error.
+// Paths are absolute as on the machine itself ("/sys/class/hwmon"). Symbolic links are followed, absolute
+// ones and ".." included, but never out of the root. What is missing is answered by nothing, silently; what
+// is there but cannot be read or is not what it should be is answered by nothing as well, after one line on
+// standard error.
 #ifndef MWCOLLECT_HOST_H
 #define MWCOLLECT_HOST_H
+
+#include <fmt/format.h>
 
 #include <cstdint>
 #include <limits>
@@ -13,8 +16,6 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <fmt/format.h>
 
 #include "log.h"
 #include "text.h"
@@ -27,8 +28,7 @@ class Fd {
     Fd() = default;
     explicit Fd(int fd) : fd_(fd) {}
     Fd(Fd &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Fd &operator=(Fd &&other) noexcept
-    {
+    Fd &operator=(Fd &&other) noexcept {
         std::swap(fd_, other.fd_);
         return *this;
     }
@@ -53,8 +53,8 @@ struct FileSystemUse {
     uint64_t available_bytes;  // to users without privileges
 };
 
-// Some attributes exist but cannot be read in a normal state of the device (the speed of a port that is down): they
-// are then as good as missing.
+// Some attributes exist but cannot be read in a normal state of the device (the speed of a port that is
+// down): they are then as good as missing.
 enum class Refusal { kReported, kExpected };
 
 class Host {
@@ -79,9 +79,9 @@ class Host {
     // An attribute that is one number from lowest to highest.
     template <std::integral T>
     std::optional<T> Number(const std::string &path, std::string_view what,
-                            T lowest = std::numeric_limits<T>::lowest(), T highest = std::numeric_limits<T>::max(),
-                            Refusal refusal = Refusal::kReported, int base = 10) const
-    {
+                            T lowest = std::numeric_limits<T>::lowest(),
+                            T highest = std::numeric_limits<T>::max(), Refusal refusal = Refusal::kReported,
+                            int base = 10) const {
         const std::optional<std::string> text = Text(path, refusal);
         if (!text || (text->empty() && refusal == Refusal::kExpected)) return std::nullopt;
         const std::optional<T> number = ParseNumber<T>(*text, base);
@@ -92,8 +92,7 @@ class Host {
 
     // A PCI identifier and the like: hexadecimal, with or without 0x.
     template <std::integral T>
-    std::optional<T> Hex(const std::string &path, std::string_view what) const
-    {
+    std::optional<T> Hex(const std::string &path, std::string_view what) const {
         return Number<T>(path, what, std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max(),
                          Refusal::kReported, 16);
     }
@@ -111,7 +110,8 @@ class Host {
     // The last name of a link's target, dangling or not: the driver of a device, its address.
     std::optional<std::string> LinkName(const std::string &path) const;
 
-    // The use of a mounted file system; never of a captured tree, whose numbers would be those of another machine.
+    // The use of a mounted file system; never of a captured tree, whose numbers would be those of another
+    // machine.
     std::optional<FileSystemUse> Use(const std::string &mount_point) const;
 
     // One line about a file whose content is not what it should be.
@@ -124,9 +124,7 @@ class Host {
 
   private:
     Host(std::string root, Fd fd, bool live, Log &log, Lookup lookup)
-        : root_(std::move(root)), fd_(std::move(fd)), live_(live), log_(&log), lookup_(lookup)
-    {
-    }
+        : root_(std::move(root)), fd_(std::move(fd)), live_(live), log_(&log), lookup_(lookup) {}
 
     struct Found {
         Fd fd;

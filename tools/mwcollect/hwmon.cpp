@@ -11,8 +11,7 @@ constexpr int32_t kHighest = 255'000;
 
 }  // namespace
 
-std::vector<HwmonChip> HwmonChips(const Host &host)
-{
+std::vector<HwmonChip> HwmonChips(const Host &host) {
     std::vector<HwmonChip> chips;
     for (const NumberedEntry &entry : host.Numbered(kClass, "hwmon")) {
         const std::string own = kClass + "/" + entry.name;
@@ -31,16 +30,14 @@ std::vector<HwmonChip> HwmonChips(const Host &host)
     return chips;
 }
 
-std::optional<int32_t> HwmonDegrees(const Host &host, const HwmonChip &chip, const std::string &attribute)
-{
-    const auto milli = host.Number<int32_t>(chip.path + "/" + attribute, "a temperature in millidegrees", kLowest,
-                                            kHighest, Refusal::kExpected);
+std::optional<int32_t> HwmonDegrees(const Host &host, const HwmonChip &chip, const std::string &attribute) {
+    const auto milli = host.Number<int32_t>(chip.path + "/" + attribute, "a temperature in millidegrees",
+                                            kLowest, kHighest, Refusal::kExpected);
     if (!milli) return std::nullopt;
     return (*milli + (*milli < 0 ? -500 : 500)) / 1000;
 }
 
-std::string HwmonLabel(const Host &host, const HwmonChip &chip, const std::string &channel)
-{
+std::string HwmonLabel(const Host &host, const HwmonChip &chip, const std::string &channel) {
     return CleanText(host.Text(chip.path + "/" + channel + "_label").value_or(""));
 }
 

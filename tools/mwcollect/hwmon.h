@@ -19,8 +19,8 @@ struct HwmonChip {
 // All chips, in the order of their numbers.
 std::vector<HwmonChip> HwmonChips(const Host &host);
 
-// A temperature attribute (temp1_input, temp1_crit, ...) in whole degrees Celsius, rounded; nothing where the chip has
-// none or no plausible one.
+// A temperature attribute (temp1_input, temp1_crit, ...) in whole degrees Celsius, rounded; nothing where the
+// chip has none or no plausible one.
 std::optional<int32_t> HwmonDegrees(const Host &host, const HwmonChip &chip, const std::string &attribute);
 
 // The label of a channel ("temp1" -> temp1_label); "" where it has none.

@@ -1,9 +1,9 @@
 // mwcollect: reads a Linux host and writes what it finds to the shared area.
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <signal.h>
 #include <time.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -24,21 +24,18 @@ struct Running {
     std::unique_ptr<Collector> collector;
 };
 
-timespec Now()
-{
+timespec Now() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return now;
 }
 
-double Seconds(const timespec &time)
-{
+double Seconds(const timespec &time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
 // Waits for one of the signals until the time given; true when one came.
-bool Stopped(const sigset_t &signals, double until)
-{
+bool Stopped(const sigset_t &signals, double until) {
     for (;;) {
         const double left = std::max(until - Seconds(Now()), 0.0);
         const double whole = std::floor(left);
@@ -48,8 +45,7 @@ bool Stopped(const sigset_t &signals, double until)
     }
 }
 
-size_t Round(std::vector<Running> &running, const Host &host, Log &log, bool verbose)
-{
+size_t Round(std::vector<Running> &running, const Host &host, Log &log, bool verbose) {
     Writer writer(log, verbose);
     for (Running &one : running) {
         writer.Begin(one.type->name);
@@ -63,8 +59,7 @@ size_t Round(std::vector<Running> &running, const Host &host, Log &log, bool ver
     return writer.Written();
 }
 
-std::string KnownNames()
-{
+std::string KnownNames() {
     std::string names;
     for (const CollectorType &type : CollectorTypes()) {
         names += names.empty() ? "" : ", ";
@@ -75,8 +70,7 @@ std::string KnownNames()
 
 }  // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     std::string root = "/";
     std::vector<std::string> only;
     double interval = 0;
@@ -85,7 +79,8 @@ int main(int argc, char **argv)
     bool verbose = false;
 
     CLI::App app{"Reads this machine's hardware and host state and writes it to the shared area."};
-    app.add_option("--root", root, "read the machine captured below DIR instead of the live one")->type_name("DIR");
+    app.add_option("--root", root, "read the machine captured below DIR instead of the live one")
+        ->type_name("DIR");
     CLI::Option *interval_option =
         app.add_option("--interval", interval, "collect every SECONDS until SIGINT or SIGTERM")
             ->type_name("SECONDS")
@@ -94,8 +89,10 @@ int main(int argc, char **argv)
                     double seconds = 0;
                     const char *end = text.data() + text.size();
                     const auto parsed = std::from_chars(text.data(), end, seconds);
-                    const bool good = parsed.ec == std::errc{} && parsed.ptr == end && seconds >= 0.1 && seconds <= 86400;
-                    return good ? std::string() : fmt::format("'{}' is no number of seconds from 0.1 to 86400", text);
+                    const bool good =
+                        parsed.ec == std::errc{} && parsed.ptr == end && seconds >= 0.1 && seconds <= 86400;
+                    return good ? std::string()
+                                : fmt::format("'{}' is no number of seconds from 0.1 to 86400", text);
                 },
                 ""));
     app.add_flag("--once", once, "collect once and leave (the default)")->excludes(interval_option);
@@ -105,8 +102,10 @@ int main(int argc, char **argv)
         ->check(CLI::Validator(
             [](std::string &name) {
                 const auto &types = CollectorTypes();
-                const bool known = std::any_of(types.begin(), types.end(), [&](auto &type) { return type.name == name; });
-                return known ? std::string() : fmt::format("no collector is called '{}'; there are {}", name, KnownNames());
+                const bool known =
+                    std::any_of(types.begin(), types.end(), [&](auto &type) { return type.name == name; });
+                return known ? std::string()
+                             : fmt::format("no collector is called '{}'; there are {}", name, KnownNames());
             },
             ""));
     app.add_flag("--list", list, "list the collectors and leave");
@@ -153,7 +152,8 @@ int main(int argc, char **argv)
         const size_t written = Round(running, *host, log, verbose);
         if (!repeats) {
             if (written > 0) return 0;
-            log.Once("nothing was written: none of the collectors found anything, or the shared area refused it");
+            log.Once(
+                "nothing was written: none of the collectors found anything, or the shared area refused it");
             return kExitNothingWritten;
         }
         // Rounds that took longer than the interval are left out, not caught up with.

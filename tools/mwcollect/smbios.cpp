@@ -11,15 +11,13 @@ constexpr size_t kTableMax = 1u << 20;
 
 }  // namespace
 
-std::string SmbiosStructure::Text(size_t at) const
-{
+std::string SmbiosStructure::Text(size_t at) const {
     const std::optional<uint8_t> number = Field<uint8_t>(at);
     if (!number || *number == 0 || *number > strings.size()) return {};
     return CleanText(strings[*number - 1]);
 }
 
-std::vector<SmbiosStructure> ParseSmbios(std::string_view table, std::string *problem)
-{
+std::vector<SmbiosStructure> ParseSmbios(std::string_view table, std::string *problem) {
     std::vector<SmbiosStructure> structures;
     size_t at = 0;
     const auto damaged = [&](std::string_view what) {
@@ -51,9 +49,10 @@ std::vector<SmbiosStructure> ParseSmbios(std::string_view table, std::string *pr
     return structures;
 }
 
-std::vector<SmbiosStructure> ReadSmbios(const Host &host, std::initializer_list<uint8_t> types)
-{
-    const auto wanted = [&](uint8_t type) { return std::find(types.begin(), types.end(), type) != types.end(); };
+std::vector<SmbiosStructure> ReadSmbios(const Host &host, std::initializer_list<uint8_t> types) {
+    const auto wanted = [&](uint8_t type) {
+        return std::find(types.begin(), types.end(), type) != types.end();
+    };
     std::vector<SmbiosStructure> structures;
     const auto add = [&](const std::string &path, const std::string &bytes) {
         std::string problem;

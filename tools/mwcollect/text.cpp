@@ -9,11 +9,18 @@ namespace {
 
 constexpr std::string_view kBlank(" \t\r\n\v\f\0", 7);
 
+// clang-format off
+constexpr std::array kNothing = {
+    "", "0", "-", "--", "N/A", "NA", "None", "Null", "Unknown", "Undefined", "Not Specified", "Not Provided",
+    "Not Available", "Not Applicable", "Not Present", "No DIMM", "NO DIMM INSTALLED", "Empty", "Default string",
+    "To be filled by O.E.M.", "To be filled by OEM", "Fill By OEM", "O.E.M.", "OEM", "System Serial Number",
+    "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>"};
+// clang-format on
+
 char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-std::vector<std::string_view> Split(std::string_view text, std::string_view separators, bool keep_empty)
-{
+std::vector<std::string_view> Split(std::string_view text, std::string_view separators, bool keep_empty) {
     std::vector<std::string_view> parts;
     while (!text.empty()) {
         const size_t end = std::min(text.find_first_of(separators), text.size());
@@ -24,11 +31,13 @@ std::vector<std::string_view> Split(std::string_view text, std::string_view sepa
 }
 
 // Length of the well-formed UTF-8 sequence that the text begins with; 0 where there is none.
-size_t Utf8Length(std::string_view text)
-{
+size_t Utf8Length(std::string_view text) {
     const auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
     const unsigned char first = byte(0);
-    const size_t length = first >= 0xC2 && first <= 0xDF ? 2 : (first & 0xF0u) == 0xE0 ? 3 : first >= 0xF0 && first <= 0xF4 ? 4 : 0;
+    const size_t length = first >= 0xC2 && first <= 0xDF   ? 2
+                          : (first & 0xF0u) == 0xE0        ? 3
+                          : first >= 0xF0 && first <= 0xF4 ? 4
+                                                           : 0;
     if (length == 0 || length > text.size()) return 0;
     for (size_t at = 1; at < length; ++at) {
         if ((byte(at) & 0xC0u) != 0x80u) return 0;
@@ -40,8 +49,7 @@ size_t Utf8Length(std::string_view text)
 
 }  // namespace
 
-std::string_view Trim(std::string_view text)
-{
+std::string_view Trim(std::string_view text) {
     const size_t first = text.find_first_not_of(kBlank);
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
@@ -50,8 +58,7 @@ std::string_view Trim(std::string_view text)
 std::vector<std::string_view> Lines(std::string_view text) { return Split(text, "\n", true); }
 std::vector<std::string_view> Words(std::string_view text) { return Split(text, " \t\r\n", false); }
 
-std::string Printable(std::string_view text, size_t max)
-{
+std::string Printable(std::string_view text, size_t max) {
     std::string out(text.substr(0, max));
     for (char &c : out) {
         if (c < ' ' || c > '~') c = '?';
@@ -60,8 +67,7 @@ std::string Printable(std::string_view text, size_t max)
     return out;
 }
 
-std::string CleanText(std::string_view text)
-{
+std::string CleanText(std::string_view text) {
     text = Trim(text);
     std::string out;
     while (!text.empty()) {
@@ -77,30 +83,26 @@ std::string CleanText(std::string_view text)
     return out;
 }
 
-bool IsPlaceholder(std::string_view text)
-{
-    static constexpr std::array kNothing = {"", "0", "-", "--", "N/A", "NA", "None", "Null", "Unknown", "Undefined",
-        "Not Specified", "Not Provided", "Not Available", "Not Applicable", "Not Present", "No DIMM", "NO DIMM INSTALLED",
-        "Empty", "Default string", "To be filled by O.E.M.", "To be filled by OEM", "Fill By OEM", "O.E.M.", "OEM",
-        "System Serial Number", "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>"};
+bool IsPlaceholder(std::string_view text) {
     text = Trim(text);
-    return std::any_of(kNothing.begin(), kNothing.end(), [&](const char *known) { return EqualNoCase(text, known); });
+    return std::any_of(kNothing.begin(), kNothing.end(),
+                       [&](const char *known) { return EqualNoCase(text, known); });
 }
 
-std::string Meaningful(std::string_view text) { return IsPlaceholder(text) ? std::string() : CleanText(text); }
-
-bool EqualNoCase(std::string_view a, std::string_view b)
-{
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return Lower(x) == Lower(y); });
+std::string Meaningful(std::string_view text) {
+    return IsPlaceholder(text) ? std::string() : CleanText(text);
 }
 
-bool StartsWithNoCase(std::string_view text, std::string_view prefix)
-{
+bool EqualNoCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return Lower(x) == Lower(y); });
+}
+
+bool StartsWithNoCase(std::string_view text, std::string_view prefix) {
     return EqualNoCase(text.substr(0, prefix.size()), prefix);
 }
 
-bool NaturalLess(std::string_view a, std::string_view b)
-{
+bool NaturalLess(std::string_view a, std::string_view b) {
     size_t i = 0;
     size_t j = 0;
     while (i < a.size() && j < b.size()) {

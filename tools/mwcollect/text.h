@@ -18,7 +18,8 @@ std::string_view Trim(std::string_view text);
 std::vector<std::string_view> Lines(std::string_view text);
 std::vector<std::string_view> Words(std::string_view text);
 
-// The text with everything unprintable replaced by '?', at most max characters: fit for a message or a record.
+// The text with everything unprintable replaced by '?', at most max characters: fit for a message or a
+// record.
 std::string Printable(std::string_view text, size_t max = 60);
 
 // As Printable, but UTF-8 letters survive; for texts that end up in records.
@@ -39,8 +40,7 @@ bool NaturalLess(std::string_view a, std::string_view b);
 // The number that the trimmed text consists of, whole: nothing for an empty text, a sign on an unsigned type,
 // trailing characters or an overflow. Base 16 takes an optional 0x.
 template <std::integral T>
-std::optional<T> ParseNumber(std::string_view text, int base = 10)
-{
+std::optional<T> ParseNumber(std::string_view text, int base = 10) {
     text = Trim(text);
     if (base == 16 && (text.starts_with("0x") || text.starts_with("0X"))) text.remove_prefix(2);
     T value{};
@@ -52,10 +52,10 @@ std::optional<T> ParseNumber(std::string_view text, int base = 10)
 
 // Copies a text into a record's field: cut to fit at a character's boundary, terminated, the rest zero.
 template <size_t Size>
-void Fill(char (&field)[Size], std::string_view text)
-{
+void Fill(char (&field)[Size], std::string_view text) {
     size_t length = text.size() < Size ? text.size() : Size - 1;
-    while (length < text.size() && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0u) == 0x80u) --length;
+    while (length < text.size() && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0u) == 0x80u)
+        --length;
     std::memset(field, 0, Size);
     std::memcpy(field, text.data(), length);
 }

@@ -23,46 +23,46 @@ constexpr uint8_t kSocketPopulated = 1u << 6;
 
 std::string CpuDir(uint32_t cpu) { return fmt::format("{}/cpu{}", kCpus, cpu); }
 
-std::string_view Value(const CpuInfoBlock &block, std::string_view key)
-{
+std::string_view Value(const CpuInfoBlock &block, std::string_view key) {
     const auto found = block.find(key);
     return found == block.end() ? std::string_view() : std::string_view(found->second);
 }
 
 // The number of a cpuinfo line, decimal or 0x..., 0 where there is none.
-uint32_t NumberOf(const CpuInfoBlock &block, std::string_view key)
-{
+uint32_t NumberOf(const CpuInfoBlock &block, std::string_view key) {
     const std::string_view text = Value(block, key);
     return ParseNumber<uint32_t>(text, text.starts_with("0x") ? 16 : 10).value_or(0);
 }
 
 // "2701.000" in whole MHz.
-uint32_t ParseMegahertz(std::string_view text)
-{
+uint32_t ParseMegahertz(std::string_view text) {
     const std::string_view whole = text.substr(0, text.find('.'));
     const std::string_view rest = text.substr(whole.size());
     const auto number = ParseNumber<uint32_t>(whole);
-    const bool fraction = rest.empty() || (rest.size() > 1 && rest.find_first_not_of("0123456789", 1) == rest.npos);
+    const bool fraction =
+        rest.empty() || (rest.size() > 1 && rest.find_first_not_of("0123456789", 1) == rest.npos);
     if (!number || !fraction || *number > 100'000) return 0;
     return *number + (rest.size() > 1 && rest[1] >= '5' ? 1 : 0);
 }
 
 // The numbers of the online processors by package.
-std::map<int64_t, std::vector<uint32_t>> Packages(const Host &host, const std::map<uint32_t, CpuInfoBlock> &info)
-{
+std::map<int64_t, std::vector<uint32_t>> Packages(const Host &host,
+                                                  const std::map<uint32_t, CpuInfoBlock> &info) {
     std::map<int64_t, std::vector<uint32_t>> packages;
     std::set<uint32_t> cpus;
     for (const NumberedEntry &entry : host.Numbered(kCpus, "cpu")) cpus.insert(entry.number);
     // A processor that is offline has a directory without a topology and no block in cpuinfo.
     for (const auto &[cpu, block] : info) cpus.insert(cpu);
     for (const uint32_t cpu : cpus) {
-        auto id = host.Number<int64_t>(CpuDir(cpu) + "/topology/physical_package_id", "a package number", -1, INT32_MAX);
+        auto id = host.Number<int64_t>(CpuDir(cpu) + "/topology/physical_package_id", "a package number", -1,
+                                       INT32_MAX);
         const auto block = info.find(cpu);
         if (!id && block == info.end()) continue;
         if (!id) id = ParseNumber<uint32_t>(Value(block->second, "physical id"));
         packages[id.value_or(-1)].push_back(cpu);
     }
-    // Processors of no known package: one package of their own where nothing is known of any, nobody's otherwise.
+    // Processors of no known package: one package of their own where nothing is known of any, nobody's
+    // otherwise.
     if (packages.size() > 1 && packages.erase(-1) > 0) {
         host.log().Once(fmt::format("{}: some processors belong to no known package; they are not counted",
                                     host.Shown(kCpus)));
@@ -70,8 +70,7 @@ std::map<int64_t, std::vector<uint32_t>> Packages(const Host &host, const std::m
     return packages;
 }
 
-uint32_t CountCores(const Host &host, const std::vector<uint32_t> &logical, const CpuInfoBlock *block)
-{
+uint32_t CountCores(const Host &host, const std::vector<uint32_t> &logical, const CpuInfoBlock *block) {
     std::set<std::string> cores;
     for (const uint32_t cpu : logical) {
         const auto siblings = host.Text(CpuDir(cpu) + "/topology/thread_siblings_list");
@@ -81,14 +80,12 @@ uint32_t CountCores(const Host &host, const std::vector<uint32_t> &logical, cons
     return block != nullptr ? NumberOf(*block, "cpu cores") : 0;
 }
 
-uint32_t KilohertzFile(const Host &host, const std::string &path)
-{
+uint32_t KilohertzFile(const Host &host, const std::string &path) {
     const auto khz = host.Number<uint32_t>(path, "a frequency in kHz", 0, 100'000'000, Refusal::kExpected);
     return khz ? (*khz + 500) / 1000 : 0;
 }
 
-void ReadFrequencies(const Host &host, const std::map<uint32_t, CpuInfoBlock> &info, CpuPackage &package)
-{
+void ReadFrequencies(const Host &host, const std::map<uint32_t, CpuInfoBlock> &info, CpuPackage &package) {
     const std::string dir = CpuDir(package.logical.front()) + "/cpufreq/";
     package.max_frequency = KilohertzFile(host, dir + "cpuinfo_max_freq");
     package.min_frequency = KilohertzFile(host, dir + "cpuinfo_min_freq");
@@ -105,8 +102,7 @@ void ReadFrequencies(const Host &host, const std::map<uint32_t, CpuInfoBlock> &i
     if (count != 0) package.frequency = static_cast<uint32_t>((sum + count / 2) / count);
 }
 
-void ReadCaches(const Host &host, CpuPackage &package)
-{
+void ReadCaches(const Host &host, CpuPackage &package) {
     const std::string dir = CpuDir(package.logical.front()) + "/cache";
     for (const NumberedEntry &entry : host.Numbered(dir, "index")) {
         const std::string index = dir + "/" + entry.name + "/";
@@ -126,8 +122,7 @@ void ReadCaches(const Host &host, CpuPackage &package)
     }
 }
 
-std::string Architecture(const Host &host, const CpuInfoBlock &block)
-{
+std::string Architecture(const Host &host, const CpuInfoBlock &block) {
     if (host.Live()) {
         utsname name{};
         return uname(&name) == 0 ? name.machine : "";
@@ -141,8 +136,7 @@ std::string Architecture(const Host &host, const CpuInfoBlock &block)
     return "";
 }
 
-void Identify(const Host &host, const CpuInfoBlock &block, CpuPackage &package)
-{
+void Identify(const Host &host, const CpuInfoBlock &block, CpuPackage &package) {
     package.architecture = Architecture(host, block);
     package.model = CleanText(Value(block, "model name"));
     package.manufacturer = CleanText(Value(block, "vendor_id"));
@@ -158,8 +152,9 @@ void Identify(const Host &host, const CpuInfoBlock &block, CpuPackage &package)
             package.manufacturer = fmt::format("implementer {}", CleanText(Value(block, "CPU implementer")));
         }
         if (package.model.empty()) {
-            package.model = fmt::format("part {} variant {} revision {}", CleanText(Value(block, "CPU part")),
-                                        CleanText(Value(block, "CPU variant")), CleanText(Value(block, "CPU revision")));
+            package.model =
+                fmt::format("part {} variant {} revision {}", CleanText(Value(block, "CPU part")),
+                            CleanText(Value(block, "CPU variant")), CleanText(Value(block, "CPU revision")));
         }
     } else {
         package.family = NumberOf(block, "cpu family");
@@ -168,20 +163,20 @@ void Identify(const Host &host, const CpuInfoBlock &block, CpuPackage &package)
     }
     if (package.microcode.empty()) {
         package.microcode =
-            CleanText(host.Text(CpuDir(package.logical.front()) + "/microcode/version", Refusal::kExpected).value_or(""));
+            CleanText(host.Text(CpuDir(package.logical.front()) + "/microcode/version", Refusal::kExpected)
+                          .value_or(""));
     }
 }
 
 // The number that a socket's name ends with: "CPU 1", "P2", "Socket_0".
-std::optional<uint32_t> TrailingNumber(std::string_view text)
-{
+std::optional<uint32_t> TrailingNumber(std::string_view text) {
     const size_t last = text.find_last_not_of("0123456789");
     return ParseNumber<uint32_t>(text.substr(last == text.npos ? 0 : last + 1));
 }
 
-// SMBIOS knows sockets, not packages: they are told apart only where there are as many filled ones as packages.
-void NameSockets(const Host &host, std::vector<CpuPackage> &packages)
-{
+// SMBIOS knows sockets, not packages: they are told apart only where there are as many filled ones as
+// packages.
+void NameSockets(const Host &host, std::vector<CpuPackage> &packages) {
     std::vector<SmbiosStructure> sockets = ReadSmbios(host, {kProcessorStructure});
     std::erase_if(sockets, [](const SmbiosStructure &socket) {
         const uint8_t type = socket.Field<uint8_t>(0x05).value_or(0);
@@ -209,14 +204,12 @@ void NameSockets(const Host &host, std::vector<CpuPackage> &packages)
     for (CpuPackage &package : packages) package.silk = *TrailingNumber(package.socket);
 }
 
-CpuTemperature ReadTemperature(const Host &host, const HwmonChip &chip, const std::string &channel)
-{
+CpuTemperature ReadTemperature(const Host &host, const HwmonChip &chip, const std::string &channel) {
     return {HwmonDegrees(host, chip, channel + "_input"), HwmonDegrees(host, chip, channel + "_crit"),
             HwmonDegrees(host, chip, channel + "_max"), false};
 }
 
-void ReadTemperatures(const Host &host, std::vector<CpuPackage> &packages)
-{
+void ReadTemperatures(const Host &host, std::vector<CpuPackage> &packages) {
     std::vector<CpuTemperature> by_order;  // of chips that do not say which package they sit in
     for (const HwmonChip &chip : HwmonChips(host)) {
         if (chip.name == "coretemp") {
@@ -238,15 +231,16 @@ void ReadTemperatures(const Host &host, std::vector<CpuPackage> &packages)
     }
     if (by_order.empty()) return;
     if (by_order.size() != packages.size()) {
-        host.log().Once(fmt::format("processor temperatures: {} sensors for {} packages; skipped, since nothing says which "
-                                    "sits where", by_order.size(), packages.size()));
+        host.log().Once(fmt::format(
+            "processor temperatures: {} sensors for {} packages; skipped, since nothing says which "
+            "sits where",
+            by_order.size(), packages.size()));
         return;
     }
     for (size_t i = 0; i < packages.size(); ++i) packages[i].temperature = by_order[i];
 }
 
-CpuPhyInfo ToPhyInfo(const CpuPackage &package, uint32_t index)
-{
+CpuPhyInfo ToPhyInfo(const CpuPackage &package, uint32_t index) {
     CpuPhyInfo info{};
     info.dwCpuIndex = index;
     info.dwSilkNum = package.silk;
@@ -258,8 +252,7 @@ CpuPhyInfo ToPhyInfo(const CpuPackage &package, uint32_t index)
 
 uint8_t ToByte(int32_t degrees) { return static_cast<uint8_t>(std::clamp(degrees, 0, 255)); }
 
-CpuTempInfo ToTempInfo(const CpuPackage &package, uint32_t index)
-{
+CpuTempInfo ToTempInfo(const CpuPackage &package, uint32_t index) {
     const CpuTemperature &temperature = package.temperature;
     CpuTempInfo info{};
     info.dwCpuIndex = index;
@@ -274,8 +267,7 @@ CpuTempInfo ToTempInfo(const CpuPackage &package, uint32_t index)
     return info;
 }
 
-CpuStatusInfo ToStatusInfo(const CpuPackage &package, uint32_t index)
-{
+CpuStatusInfo ToStatusInfo(const CpuPackage &package, uint32_t index) {
     CpuStatusInfo info{};
     info.dwCpuIndex = index;
     info.dwSilkNum = package.silk;
@@ -287,8 +279,7 @@ CpuStatusInfo ToStatusInfo(const CpuPackage &package, uint32_t index)
     return info;
 }
 
-CpuAssetInfo ToAssetInfo(const CpuPackage &package, uint32_t index)
-{
+CpuAssetInfo ToAssetInfo(const CpuPackage &package, uint32_t index) {
     CpuAssetInfo info{};
     info.dwCpuId = index;
     Fill(info.acManufacturer, package.manufacturer);
@@ -314,20 +305,19 @@ CpuAssetInfo ToAssetInfo(const CpuPackage &package, uint32_t index)
 }
 
 // What makes a processor another one; its frequency and microcode may change while it stays.
-bool SameProcessor(const CpuAssetInfo &a, const CpuAssetInfo &b)
-{
+bool SameProcessor(const CpuAssetInfo &a, const CpuAssetInfo &b) {
     return std::memcmp(a.acModel, b.acModel, sizeof(a.acModel)) == 0 &&
            std::memcmp(a.acSerialNum, b.acSerialNum, sizeof(a.acSerialNum)) == 0;
 }
 
 class CpuCollector : public Collector {
   public:
-    void Collect(const Host &host, Writer &writer) override
-    {
+    void Collect(const Host &host, Writer &writer) override {
         const CpuRecords records = FindCpus(host);
         if (records.left_out > 0) {
-            host.log().Once(fmt::format("processors: {} of {} packages left out, there is room for {}", records.left_out,
-                                        records.left_out + records.packages.size(), MW_CPU_MAX));
+            host.log().Once(fmt::format("processors: {} of {} packages left out, there is room for {}",
+                                        records.left_out, records.left_out + records.packages.size(),
+                                        MW_CPU_MAX));
         }
         if (records.packages.empty()) return;
 
@@ -340,8 +330,9 @@ class CpuCollector : public Collector {
             states.push_back(ToStatusInfo(records.packages[i], i));
             assets.push_back(ToAssetInfo(records.packages[i], i));
         }
-        // Status records carry what other processes set, alarms, health and usage: they are laid out anew only for
-        // processors that the area does not know yet. The physical records go last, as the mark of a finished layout.
+        // Status records carry what other processes set, alarms, health and usage: they are laid out anew
+        // only for processors that the area does not know yet. The physical records go last, as the mark of a
+        // finished layout.
         if (!Known(phys, assets)) {
             if (!writer.Wrote("processor status records", count,
                               MW_SetCpuIndexAndSilkNumInStatusInfo(states.data(), count))) {
@@ -361,8 +352,7 @@ class CpuCollector : public Collector {
     }
 
   private:
-    static bool Known(const std::vector<CpuPhyInfo> &phys, const std::vector<CpuAssetInfo> &assets)
-    {
+    static bool Known(const std::vector<CpuPhyInfo> &phys, const std::vector<CpuAssetInfo> &assets) {
         // The getters copy as many records as the area says there are: ask for the counts first.
         std::vector<CpuTempInfo> temperatures(MW_CPU_MAX);
         std::vector<CpuPhyInfo> stored_phys(MW_CPU_MAX);
@@ -376,14 +366,14 @@ class CpuCollector : public Collector {
                std::memcmp(phys.data(), stored_phys.data(), phys.size() * sizeof(CpuPhyInfo)) == 0;
     }
 
-    void WriteTemperatures(const std::vector<CpuPackage> &packages, Writer &writer)
-    {
+    void WriteTemperatures(const std::vector<CpuPackage> &packages, Writer &writer) {
         written_.resize(packages.size());
         for (uint32_t i = 0; i < packages.size(); ++i) {
             if (packages[i].temperature.current) {
                 const CpuTempInfo info = ToTempInfo(packages[i], i);
-                written_[i] = writer.Wrote("processor temperatures", 1,
-                                           written_[i] ? MW_SetCpuCurrentTemp(i, info.iCurTemp) : MW_SetCpuTempInfo(&info));
+                written_[i] = writer.Wrote(
+                    "processor temperatures", 1,
+                    written_[i] ? MW_SetCpuCurrentTemp(i, info.iCurTemp) : MW_SetCpuTempInfo(&info));
             } else if (written_[i]) {
                 // The sensor is gone: 0 marks the last reading as none.
                 writer.Wrote("lost processor temperatures", 1, MW_SetCpuCurrentTemp(i, 0));
@@ -395,12 +385,12 @@ class CpuCollector : public Collector {
     std::vector<bool> written_;  // by processor: its temperature and limits are this process's
 };
 
-const Registration registered({"cpu", "processors: identity, caches, frequencies, temperatures", 10, Make<CpuCollector>});
+const Registration registered({"cpu", "processors: identity, caches, frequencies, temperatures", 10,
+                               Make<CpuCollector>});
 
 }  // namespace
 
-std::map<uint32_t, CpuInfoBlock> ParseCpuInfo(std::string_view text)
-{
+std::map<uint32_t, CpuInfoBlock> ParseCpuInfo(std::string_view text) {
     std::map<uint32_t, CpuInfoBlock> blocks;
     CpuInfoBlock *block = nullptr;
     for (const std::string_view line : Lines(text)) {
@@ -421,8 +411,7 @@ std::map<uint32_t, CpuInfoBlock> ParseCpuInfo(std::string_view text)
     return blocks;
 }
 
-std::optional<uint32_t> ParseCacheSize(std::string_view text)
-{
+std::optional<uint32_t> ParseCacheSize(std::string_view text) {
     text = Trim(text);
     uint64_t unit = 0;
     if (text.ends_with('K')) unit = 1;
@@ -434,8 +423,7 @@ std::optional<uint32_t> ParseCacheSize(std::string_view text)
     return static_cast<uint32_t>(*number * unit);
 }
 
-CpuRecords FindCpus(const Host &host)
-{
+CpuRecords FindCpus(const Host &host) {
     CpuRecords records;
     const std::map<uint32_t, CpuInfoBlock> info = ParseCpuInfo(host.File("/proc/cpuinfo").value_or(""));
     for (auto &[id, logical] : Packages(host, info)) {

@@ -1,4 +1,5 @@
-// Processors: one record a package, from /proc/cpuinfo, the kernel's topology, SMBIOS type 4 and hardware monitors.
+// Processors: one record a package, from /proc/cpuinfo, the kernel's topology, SMBIOS type 4 and hardware
+// monitors.
 #ifndef MWCOLLECT_CPU_H
 #define MWCOLLECT_CPU_H
 

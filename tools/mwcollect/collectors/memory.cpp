@@ -16,52 +16,47 @@ constexpr uint8_t kMemoryDevice = 17;
 const std::string kEdac = "/sys/devices/system/edac/mc";
 
 // Codes of DSP0134; what is "other", "unknown" or reserved has no text.
-const char *FormFactor(uint8_t code)
-{
-    static constexpr std::array kNames = {"", "", "", "SIMM", "SIP", "Chip", "DIP", "ZIP", "Proprietary Card", "DIMM",
-        "TSOP", "Row of chips", "RIMM", "SODIMM", "SRIMM", "FB-DIMM", "Die", "CAMM"};
-    return code < kNames.size() ? kNames[code] : "";
+// clang-format off
+constexpr std::array kFormFactors = {
+    "", "", "", "SIMM", "SIP", "Chip", "DIP", "ZIP", "Proprietary Card", "DIMM", "TSOP", "Row of chips", "RIMM",
+    "SODIMM", "SRIMM", "FB-DIMM", "Die", "CAMM"};
+constexpr std::array kMemoryTypes = {
+    "", "", "", "DRAM", "EDRAM", "VRAM", "SRAM", "RAM", "ROM", "FLASH", "EEPROM", "FEPROM", "EPROM", "CDRAM",
+    "3DRAM", "SDRAM", "SGRAM", "RDRAM", "DDR", "DDR2", "DDR2 FB-DIMM", "", "", "", "DDR3", "FBD2", "DDR4", "LPDDR",
+    "LPDDR2", "LPDDR3", "LPDDR4", "Logical non-volatile device", "HBM", "HBM2", "DDR5", "LPDDR5", "HBM3"};
+constexpr std::array kTypeDetails = {
+    "", "", "", "Fast-paged", "Static column", "Pseudo-static", "RAMBUS", "Synchronous", "CMOS", "EDO",
+    "Window DRAM", "Cache DRAM", "Non-volatile", "Registered (Buffered)", "Unbuffered (Unregistered)", "LRDIMM"};
+// clang-format on
+
+template <size_t Count>
+const char *CodeName(const std::array<const char *, Count> &names, uint8_t code) {
+    return code < Count ? names[code] : "";
 }
 
-const char *MemoryType(uint8_t code)
-{
-    static constexpr std::array kNames = {"", "", "", "DRAM", "EDRAM", "VRAM", "SRAM", "RAM", "ROM", "FLASH", "EEPROM",
-        "FEPROM", "EPROM", "CDRAM", "3DRAM", "SDRAM", "SGRAM", "RDRAM", "DDR", "DDR2", "DDR2 FB-DIMM", "", "", "", "DDR3",
-        "FBD2", "DDR4", "LPDDR", "LPDDR2", "LPDDR3", "LPDDR4", "Logical non-volatile device", "HBM", "HBM2", "DDR5",
-        "LPDDR5", "HBM3"};
-    return code < kNames.size() ? kNames[code] : "";
-}
-
-std::string TypeDetail(uint16_t bits)
-{
-    static constexpr std::array kNames = {"", "", "", "Fast-paged", "Static column", "Pseudo-static", "RAMBUS",
-        "Synchronous", "CMOS", "EDO", "Window DRAM", "Cache DRAM", "Non-volatile", "Registered (Buffered)",
-        "Unbuffered (Unregistered)", "LRDIMM"};
+std::string TypeDetail(uint16_t bits) {
     std::string text;
-    for (size_t bit = 0; bit < kNames.size(); ++bit) {
-        if ((bits >> bit & 1u) == 0 || kNames[bit][0] == '\0') continue;
+    for (size_t bit = 0; bit < kTypeDetails.size(); ++bit) {
+        if ((bits >> bit & 1u) == 0 || kTypeDetails[bit][0] == '\0') continue;
         text += text.empty() ? "" : " ";
-        text += kNames[bit];
+        text += kTypeDetails[bit];
     }
     return text;
 }
 
 // A speed, whose word says "see the extended field" with all ones.
-uint32_t Speed(const SmbiosStructure &structure, size_t word, size_t extended)
-{
+uint32_t Speed(const SmbiosStructure &structure, size_t word, size_t extended) {
     const uint32_t speed = structure.Field<uint16_t>(word).value_or(0);
     return speed == 0xFFFF ? structure.Field<uint32_t>(extended).value_or(0) & 0x7FFFFFFFu : speed;
 }
 
-uint32_t Width(const SmbiosStructure &structure, size_t at)
-{
+uint32_t Width(const SmbiosStructure &structure, size_t at) {
     const uint16_t width = structure.Field<uint16_t>(at).value_or(0);
     return width == 0xFFFF ? 0 : width;
 }
 
 // The number that follows a word in a text, whatever stands between them: "P0_Node1_Channel2_Dimm0".
-std::optional<uint32_t> NumberAfter(std::string_view text, std::string_view word)
-{
+std::optional<uint32_t> NumberAfter(std::string_view text, std::string_view word) {
     for (size_t at = 0; at + word.size() < text.size(); ++at) {
         if (at > 0 && std::isalpha(static_cast<unsigned char>(text[at - 1]))) continue;
         if (!StartsWithNoCase(text.substr(at), word)) continue;
@@ -74,10 +69,11 @@ std::optional<uint32_t> NumberAfter(std::string_view text, std::string_view word
 }
 
 // Where a slot is, as far as its names say so by number; the words are those that firmware commonly uses.
-std::array<uint32_t, 4> Locate(const std::string &bank, const std::string &locator)
-{
-    static constexpr const char *kWords[4][3] = {{"NODE", "PROC", "CPU"}, {"MC", "IMC", "CONTROLLER"},
-                                                 {"CHANNEL", "CHAN", "CH"}, {"DIMM", "SLOT", "D"}};
+std::array<uint32_t, 4> Locate(const std::string &bank, const std::string &locator) {
+    static constexpr const char *kWords[4][3] = {{"NODE", "PROC", "CPU"},
+                                                 {"MC", "IMC", "CONTROLLER"},
+                                                 {"CHANNEL", "CHAN", "CH"},
+                                                 {"DIMM", "SLOT", "D"}};
     std::array<uint32_t, 4> location{};
     for (size_t i = 0; i < location.size(); ++i) {
         location[i] = MW_NO_VALUE;
@@ -92,8 +88,7 @@ std::array<uint32_t, 4> Locate(const std::string &bank, const std::string &locat
 }
 
 // Locations are keys: those that do not tell the slots apart are replaced by the slot's place in the list.
-void MakeLocationsUnique(std::vector<MemoryDevice> &devices)
-{
+void MakeLocationsUnique(std::vector<MemoryDevice> &devices) {
     std::vector<std::array<uint32_t, 4>> seen;
     for (const MemoryDevice &device : devices) seen.push_back(device.location);
     std::sort(seen.begin(), seen.end());
@@ -108,8 +103,7 @@ struct EdacDevice {
     MemoryDevice device;
 };
 
-std::vector<EdacDevice> ReadEdac(const Host &host)
-{
+std::vector<EdacDevice> ReadEdac(const Host &host) {
     std::vector<EdacDevice> found;
     for (const NumberedEntry &controller : host.Numbered(kEdac, "mc")) {
         const std::string dir = kEdac + "/" + controller.name;
@@ -124,10 +118,12 @@ std::vector<EdacDevice> ReadEdac(const Host &host)
                 MemoryDevice &device = edac.device;
                 device.present = size.value_or(0) > 0;
                 device.size_mb = size.value_or(0);
-                device.locator = edac.label.empty() ? fmt::format("{} {}", controller.name, entry.name) : edac.label;
+                device.locator =
+                    edac.label.empty() ? fmt::format("{} {}", controller.name, entry.name) : edac.label;
                 device.type = Meaningful(host.Text(path + "dimm_mem_type").value_or(""));
                 const std::string location = host.Text(path + "dimm_location").value_or("");
-                device.location = {MW_NO_VALUE, controller.number, NumberAfter(location, "channel").value_or(MW_NO_VALUE),
+                device.location = {MW_NO_VALUE, controller.number,
+                                   NumberAfter(location, "channel").value_or(MW_NO_VALUE),
                                    NumberAfter(location, "slot").value_or(entry.number)};
                 if (correctable && uncorrectable) device.errors = MemoryErrors{*correctable, *uncorrectable};
                 found.push_back(std::move(edac));
@@ -138,8 +134,7 @@ std::vector<EdacDevice> ReadEdac(const Host &host)
 }
 
 // Whether a name stands in a text on its own, not as a piece of a longer name: DIMM_A1 is not in DIMM_A10.
-bool Names(std::string_view text, std::string_view name)
-{
+bool Names(std::string_view text, std::string_view name) {
     const auto joined = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
     for (size_t at = text.find(name); at != text.npos && !name.empty(); at = text.find(name, at + 1)) {
         const size_t end = at + name.size();
@@ -148,10 +143,9 @@ bool Names(std::string_view text, std::string_view name)
     return false;
 }
 
-// Gives each slot the error counts of the one EDAC device whose label names it. Counts whose slot is not certain are
-// nobody's: a wrong slot would have the wrong module replaced.
-void AddErrors(const Host &host, const std::vector<EdacDevice> &edac, std::vector<MemoryDevice> &devices)
-{
+// Gives each slot the error counts of the one EDAC device whose label names it. Counts whose slot is not
+// certain are nobody's: a wrong slot would have the wrong module replaced.
+void AddErrors(const Host &host, const std::vector<EdacDevice> &edac, std::vector<MemoryDevice> &devices) {
     size_t nobodys = 0;
     for (const EdacDevice &counted : edac) {
         if (!counted.device.errors) continue;
@@ -174,15 +168,15 @@ void AddErrors(const Host &host, const std::vector<EdacDevice> &edac, std::vecto
         }
     }
     if (nobodys > 0) {
-        host.log().Once(fmt::format("{}: {} devices have no label that names one memory slot; their error counts are left out",
-                                    host.Shown(kEdac), nobodys));
+        host.log().Once(fmt::format(
+            "{}: {} devices have no label that names one memory slot; their error counts are left out",
+            host.Shown(kEdac), nobodys));
     }
 }
 
-// Sensors on the modules say their I2C bus and address, not their slot. Both follow the order of the slots, so they are
-// told apart only where every module has one.
-void AddTemperatures(const Host &host, std::vector<MemoryDevice> &devices)
-{
+// Sensors on the modules say their I2C bus and address, not their slot. Both follow the order of the slots,
+// so they are told apart only where every module has one.
+void AddTemperatures(const Host &host, std::vector<MemoryDevice> &devices) {
     struct Sensor {
         uint32_t bus;
         uint32_t address;
@@ -193,8 +187,9 @@ void AddTemperatures(const Host &host, std::vector<MemoryDevice> &devices)
         if (chip.name != "jc42" && chip.name != "spd5118") continue;
         const size_t dash = chip.device.find('-');
         const auto bus = ParseNumber<uint32_t>(std::string_view(chip.device).substr(0, dash));
-        const auto address =
-            dash == std::string::npos ? std::nullopt : ParseNumber<uint32_t>(chip.device.substr(dash + 1), 16);
+        const auto address = dash == std::string::npos
+                                 ? std::nullopt
+                                 : ParseNumber<uint32_t>(chip.device.substr(dash + 1), 16);
         if (!bus || !address) {
             host.Skip(chip.path + "/device", "a link to an I2C device like 0-0018", chip.device);
             continue;
@@ -205,10 +200,13 @@ void AddTemperatures(const Host &host, std::vector<MemoryDevice> &devices)
     std::sort(sensors.begin(), sensors.end(), [](const Sensor &a, const Sensor &b) {
         return std::tie(a.bus, a.address) < std::tie(b.bus, b.address);
     });
-    const auto modules = std::count_if(devices.begin(), devices.end(), [](const auto &device) { return device.present; });
+    const auto modules =
+        std::count_if(devices.begin(), devices.end(), [](const auto &device) { return device.present; });
     if (static_cast<size_t>(modules) != sensors.size()) {
-        host.log().Once(fmt::format("memory temperatures: {} sensors for {} modules; skipped, since nothing says which "
-                                    "sits where", sensors.size(), modules));
+        host.log().Once(
+            fmt::format("memory temperatures: {} sensors for {} modules; skipped, since nothing says which "
+                        "sits where",
+                        sensors.size(), modules));
         return;
     }
     size_t next = 0;
@@ -220,8 +218,7 @@ void AddTemperatures(const Host &host, std::vector<MemoryDevice> &devices)
     }
 }
 
-MemPhyInfo ToPhyInfo(const MemoryDevice &device, uint32_t number)
-{
+MemPhyInfo ToPhyInfo(const MemoryDevice &device, uint32_t number) {
     MemPhyInfo info{};
     info.dwMemNum = number;
     std::copy(device.location.begin(), device.location.end(), info.adwLocation);
@@ -230,18 +227,17 @@ MemPhyInfo ToPhyInfo(const MemoryDevice &device, uint32_t number)
     return info;
 }
 
-MemTempInfo ToTempInfo(const MemoryDevice &device, uint32_t word)
-{
+MemTempInfo ToTempInfo(const MemoryDevice &device, uint32_t word) {
     MemTempInfo info{};
     info.dwDimmNum = word;
     info.ucTempValid = device.temperature ? 1 : 0;
     info.iTemp = device.temperature.value_or(0);
-    info.dwUpperCritical = device.critical && *device.critical > 0 ? static_cast<uint32_t>(*device.critical) : 0;
+    info.dwUpperCritical =
+        device.critical && *device.critical > 0 ? static_cast<uint32_t>(*device.critical) : 0;
     return info;
 }
 
-MemStatusInfo ToStatusInfo(const MemoryDevice &device, uint32_t number)
-{
+MemStatusInfo ToStatusInfo(const MemoryDevice &device, uint32_t number) {
     MemStatusInfo info{};
     info.dwDimmNum = number;
     info.dwPresentStatus = device.present ? 1 : 0;
@@ -252,8 +248,7 @@ MemStatusInfo ToStatusInfo(const MemoryDevice &device, uint32_t number)
     return info;
 }
 
-MemAssetInfo ToAssetInfo(const MemoryDevice &device, uint32_t number)
-{
+MemAssetInfo ToAssetInfo(const MemoryDevice &device, uint32_t number) {
     MemAssetInfo info{};
     info.dwDimmNum = number;
     std::copy(device.location.begin(), device.location.end(), info.adwLocation);
@@ -278,24 +273,25 @@ MemAssetInfo ToAssetInfo(const MemoryDevice &device, uint32_t number)
     return info;
 }
 
-bool SameModule(const MemAssetInfo &a, const MemAssetInfo &b)
-{
-    return a.dwDimmNum == b.dwDimmNum && std::memcmp(a.acSerialNum, b.acSerialNum, sizeof(a.acSerialNum)) == 0 &&
+bool SameModule(const MemAssetInfo &a, const MemAssetInfo &b) {
+    return a.dwDimmNum == b.dwDimmNum &&
+           std::memcmp(a.acSerialNum, b.acSerialNum, sizeof(a.acSerialNum)) == 0 &&
            std::memcmp(a.acPartNum, b.acPartNum, sizeof(a.acPartNum)) == 0;
 }
 
 class MemoryCollector : public Collector {
   public:
-    void Collect(const Host &host, Writer &writer) override
-    {
+    void Collect(const Host &host, Writer &writer) override {
         const MemoryRecords records = FindMemory(host);
         if (records.left_out > 0) {
-            host.log().Once(fmt::format("memory devices: {} of {} slots left out, there is room for {}", records.left_out,
-                                        records.left_out + records.devices.size(), MW_MEM_DIMM_MAX));
+            host.log().Once(fmt::format("memory devices: {} of {} slots left out, there is room for {}",
+                                        records.left_out, records.left_out + records.devices.size(),
+                                        MW_MEM_DIMM_MAX));
         }
         if (records.source == MemorySource::kMeminfo) {
-            host.log().Once("memory devices: neither SMBIOS nor EDAC describes them; the total of /proc/meminfo is "
-                            "stored as one device");
+            host.log().Once(
+                "memory devices: neither SMBIOS nor EDAC describes them; the total of /proc/meminfo is "
+                "stored as one device");
         }
         if (records.devices.empty()) return;
 
@@ -303,18 +299,21 @@ class MemoryCollector : public Collector {
         const auto count = static_cast<uint32_t>(devices.size());
         std::vector<MemPhyInfo> phys;
         std::vector<MemStatusInfo> states;
-        std::vector<MemAssetInfo> assets;  // of plugged modules only: their number is the machine's number of modules
+        std::vector<MemAssetInfo>
+            assets;  // of plugged modules only: their number is the machine's number of modules
         for (uint32_t i = 0; i < count; ++i) {
             phys.push_back(ToPhyInfo(devices[i], i + 1));
             states.push_back(ToStatusInfo(devices[i], i + 1));
             if (devices[i].present) assets.push_back(ToAssetInfo(devices[i], i + 1));
         }
-        // As with the processors: status records are laid out anew only for modules that the area does not know yet,
-        // and the physical records mark a finished layout.
+        // As with the processors: status records are laid out anew only for modules that the area does not
+        // know yet, and the physical records mark a finished layout.
         const auto modules = static_cast<uint32_t>(assets.size());
         if (!Known(phys, assets)) {
             errors_.clear();
-            if (!writer.Wrote("memory status records", count, MW_SetMemDimmNuminStatusInfo(states.data(), count))) return;
+            if (!writer.Wrote("memory status records", count,
+                              MW_SetMemDimmNuminStatusInfo(states.data(), count)))
+                return;
             writer.Wrote("memory assets", modules, MW_SetMemAssetInfo(assets.data(), modules));
             writer.Wrote("memory locations", count, MW_SetMemPhyInfo(phys.data(), count));
         } else {
@@ -329,8 +328,7 @@ class MemoryCollector : public Collector {
     }
 
   private:
-    static bool Known(const std::vector<MemPhyInfo> &phys, const std::vector<MemAssetInfo> &assets)
-    {
+    static bool Known(const std::vector<MemPhyInfo> &phys, const std::vector<MemAssetInfo> &assets) {
         // The getters copy as many records as the area says there are: ask for the counts first.
         std::vector<MemTempInfo> temperatures(MW_MEM_DIMM_MAX);
         std::vector<MemPhyInfo> stored_phys(MW_MEM_DIMM_MAX);
@@ -344,17 +342,17 @@ class MemoryCollector : public Collector {
                std::memcmp(phys.data(), stored_phys.data(), phys.size() * sizeof(MemPhyInfo)) == 0;
     }
 
-    void WriteTemperature(const MemoryDevice &device, uint32_t slot, Writer &writer)
-    {
+    void WriteTemperature(const MemoryDevice &device, uint32_t slot, Writer &writer) {
         const uint32_t number = slot + 1;
         if (device.temperature) {
-            // The whole record, which brings the limit along, is addressed by its slot; the reading alone by number.
+            // The whole record, which brings the limit along, is addressed by its slot; the reading alone by
+            // number.
             if (!written_[slot]) {
                 const MemTempInfo info = ToTempInfo(device, slot);
                 writer.Wrote("memory temperature limits", 1, MW_SetMemTempInfo(&info));
             }
-            written_[slot] =
-                writer.Wrote("memory temperatures", 1, MW_SetMemCurrentTemp(number, *device.temperature, 0, 0));
+            written_[slot] = writer.Wrote("memory temperatures", 1,
+                                          MW_SetMemCurrentTemp(number, *device.temperature, 0, 0));
         } else if (written_[slot]) {
             // The sensor is gone: 0 marks the last reading as none.
             writer.Wrote("lost memory temperatures", 1, MW_SetMemCurrentTemp(number, 0, 0, 0));
@@ -363,8 +361,7 @@ class MemoryCollector : public Collector {
     }
 
     // The states are asserted by new errors and left to the services to take back.
-    void WriteErrors(const MemoryDevice &device, uint32_t slot, Writer &writer)
-    {
+    void WriteErrors(const MemoryDevice &device, uint32_t slot, Writer &writer) {
         const uint32_t number = slot + 1;
         if (!device.errors || errors_[slot] == device.errors) return;
         const MemoryErrors &now = *device.errors;
@@ -372,7 +369,8 @@ class MemoryCollector : public Collector {
         const auto shown = static_cast<uint32_t>(std::min<uint64_t>(now.correctable, 255));
         MemoryErrors before = errors_[slot].value_or(MemoryErrors{});
         MemAlarmInfo stored{};
-        if (!errors_[slot] && MW_GetMemAlarmInfoByDimmNum(&stored, number) == 0 && stored.ucCorrectECCCnt == shown) {
+        if (!errors_[slot] && MW_GetMemAlarmInfoByDimmNum(&stored, number) == 0 &&
+            stored.ucCorrectECCCnt == shown) {
             before.correctable = now.correctable;  // an earlier process has reported them
         }
         bool good = writer.Wrote("correctable error counts", 1, MW_SetMemCorrectECCCnt(number, shown));
@@ -380,21 +378,22 @@ class MemoryCollector : public Collector {
             good = writer.Wrote("correctable error states", 1, MW_SetMemCorrectECCState(number, 1)) && good;
         }
         if (now.uncorrectable > before.uncorrectable) {
-            good = writer.Wrote("uncorrectable error states", 1, MW_SetMemUnCorrectECCState(number, 1)) && good;
+            good =
+                writer.Wrote("uncorrectable error states", 1, MW_SetMemUnCorrectECCState(number, 1)) && good;
         }
         if (good) errors_[slot] = now;
     }
 
     std::vector<std::optional<MemoryErrors>> errors_;  // by slot: what was written last
-    std::vector<bool> written_;                        // by slot: its temperature and limit are this process's
+    std::vector<bool> written_;  // by slot: its temperature and limit are this process's
 };
 
-const Registration registered({"memory", "memory devices: identity, error counts, temperatures", 20, Make<MemoryCollector>});
+const Registration registered({"memory", "memory devices: identity, error counts, temperatures", 20,
+                               Make<MemoryCollector>});
 
 }  // namespace
 
-MemoryDevice ToMemoryDevice(const SmbiosStructure &structure)
-{
+MemoryDevice ToMemoryDevice(const SmbiosStructure &structure) {
     MemoryDevice device;
     const uint16_t size = structure.Field<uint16_t>(0x0C).value_or(0);
     device.present = size != 0;
@@ -409,8 +408,8 @@ MemoryDevice ToMemoryDevice(const SmbiosStructure &structure)
     if (!device.present) return device;
     device.total_width = Width(structure, 0x08);
     device.data_width = Width(structure, 0x0A);
-    device.form = FormFactor(structure.Field<uint8_t>(0x0E).value_or(0));
-    device.type = MemoryType(structure.Field<uint8_t>(0x12).value_or(0));
+    device.form = CodeName(kFormFactors, structure.Field<uint8_t>(0x0E).value_or(0));
+    device.type = CodeName(kMemoryTypes, structure.Field<uint8_t>(0x12).value_or(0));
     device.detail = TypeDetail(structure.Field<uint16_t>(0x13).value_or(0));
     device.max_speed = Speed(structure, 0x15, 0x54);
     device.manufacturer = structure.Meaning(0x17);
@@ -423,8 +422,7 @@ MemoryDevice ToMemoryDevice(const SmbiosStructure &structure)
     return device;
 }
 
-std::optional<uint64_t> MeminfoKilobytes(std::string_view text, std::string_view key)
-{
+std::optional<uint64_t> MeminfoKilobytes(std::string_view text, std::string_view key) {
     for (const std::string_view line : Lines(text)) {
         const std::vector<std::string_view> words = Words(line);
         if (words.size() != 3 || words[2] != "kB" || !words[0].ends_with(':')) continue;
@@ -433,8 +431,7 @@ std::optional<uint64_t> MeminfoKilobytes(std::string_view text, std::string_view
     return std::nullopt;
 }
 
-MemoryRecords FindMemory(const Host &host)
-{
+MemoryRecords FindMemory(const Host &host) {
     MemoryRecords records;
     std::vector<MemoryDevice> &devices = records.devices;
     const std::vector<EdacDevice> edac = ReadEdac(host);

@@ -1,4 +1,5 @@
-// Memory devices: SMBIOS type 17 entries, with the error counts of EDAC and the temperatures of the modules' sensors.
+// Memory devices: SMBIOS type 17 entries, with the error counts of EDAC and the temperatures of the modules'
+// sensors.
 #ifndef MWCOLLECT_MEMORY_H
 #define MWCOLLECT_MEMORY_H
 

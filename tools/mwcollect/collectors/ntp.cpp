@@ -14,29 +14,30 @@ using Names = std::vector<std::string>;
 constexpr int kIncludeDepth = 4;
 
 // Adds a server unless it is there already, or is no name of a machine that fits its record.
-void Add(const Host &host, const std::string &file, std::string_view name, Names &names)
-{
+void Add(const Host &host, const std::string &file, std::string_view name, Names &names) {
     const bool printable = std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c <= '~'; });
     if (!printable || name.size() >= MW_NTP_SERVER_NAME_SIZE) {
-        host.Skip(file, fmt::format("a server name of 1 to {} characters", MW_NTP_SERVER_NAME_SIZE - 1), name);
+        host.Skip(file, fmt::format("a server name of 1 to {} characters", MW_NTP_SERVER_NAME_SIZE - 1),
+                  name);
     } else if (std::find(names.begin(), names.end(), name) == names.end()) {
         names.emplace_back(name);
     }
 }
 
 // The syntax that chrony's and ntpd's files share: a directive a line, the server's name its first argument.
-void ReadDirectives(const Host &host, const std::string &file, int depth, Names &names)
-{
+void ReadDirectives(const Host &host, const std::string &file, int depth, Names &names) {
     const std::optional<std::string> text = host.File(file, 1u << 20);
     if (!text) return;
     const auto directory = [&](std::string_view dir, std::string_view ending) {
         for (const std::string &name : host.List(std::string(dir))) {
-            if (name.ends_with(ending) && depth > 0) ReadDirectives(host, fmt::format("{}/{}", dir, name), depth - 1, names);
+            if (name.ends_with(ending) && depth > 0)
+                ReadDirectives(host, fmt::format("{}/{}", dir, name), depth - 1, names);
         }
     };
     for (const std::string_view line : Lines(*text)) {
         const std::vector<std::string_view> words = Words(line);
-        if (words.size() < 2 || std::string_view("#!;%").find(words[0][0]) != std::string_view::npos) continue;
+        if (words.size() < 2 || std::string_view("#!;%").find(words[0][0]) != std::string_view::npos)
+            continue;
         const std::string_view what = words[0];
         if (EqualNoCase(what, "server") || EqualNoCase(what, "pool") || EqualNoCase(what, "peer")) {
             size_t at = 1;
@@ -63,15 +64,13 @@ void ReadDirectives(const Host &host, const std::string &file, int depth, Names 
     }
 }
 
-Names FromDirectives(const Host &host, const std::string &file)
-{
+Names FromDirectives(const Host &host, const std::string &file) {
     Names names;
     ReadDirectives(host, file, kIncludeDepth, names);
     return names;
 }
 
-Names FromTimesyncd(const Host &host)
-{
+Names FromTimesyncd(const Host &host) {
     // A drop-in of a name replaces those of the same name in directories of lower rank.
     std::map<std::string, std::string> drop_ins;
     for (const char *top : {"/usr/lib", "/run", "/etc"}) {
@@ -93,7 +92,9 @@ Names FromTimesyncd(const Host &host)
             line = Trim(line);
             if (line.starts_with('[')) in_time = line == "[Time]";
             const size_t equals = line.find('=');
-            if (!in_time || line.starts_with('#') || line.starts_with(';') || equals == std::string_view::npos) continue;
+            if (!in_time || line.starts_with('#') || line.starts_with(';') ||
+                equals == std::string_view::npos)
+                continue;
             const std::string_view key = Trim(line.substr(0, equals));
             Names *list = key == "NTP" ? &servers : key == "FallbackNTP" ? &fallbacks : nullptr;
             if (list == nullptr) continue;
@@ -107,12 +108,11 @@ Names FromTimesyncd(const Host &host)
 
 class NtpCollector : public Collector {
   public:
-    void Collect(const Host &host, Writer &writer) override
-    {
+    void Collect(const Host &host, Writer &writer) override {
         const NtpServers servers = FindNtpServers(host);
         if (servers.left_out > 0) {
-            host.log().Once(fmt::format("NTP servers: {} are configured, {} left out", servers.names.size() + servers.left_out,
-                                        servers.left_out));
+            host.log().Once(fmt::format("NTP servers: {} are configured, {} left out",
+                                        servers.names.size() + servers.left_out, servers.left_out));
         }
         if (servers.names.empty()) {
             writer.Remark("no NTP server is configured on this host");
@@ -123,21 +123,20 @@ class NtpCollector : public Collector {
             writer.Wrote("NTP settings", 1, -1);
             return;
         }
-        // What an administrator has set since stays, until the host's own configuration changes or the area is new.
+        // What an administrator has set since stays, until the host's own configuration changes or the area
+        // is new.
         if (done_ && servers == last_ && !IsBlank(info)) return;
         done_ = Write(servers, info, writer);
         last_ = servers;
     }
 
   private:
-    static bool IsBlank(const NtpInfo &info)
-    {
+    static bool IsBlank(const NtpInfo &info) {
         static constexpr NtpInfo kBlank{};
         return std::memcmp(&info, &kBlank, sizeof(info)) == 0;
     }
 
-    static bool Write(const NtpServers &servers, NtpInfo info, Writer &writer)
-    {
+    static bool Write(const NtpServers &servers, NtpInfo info, Writer &writer) {
         bool good = true;
         for (uint32_t i = 0; i < MW_NTP_SERVER_MAX; ++i) {
             char name[MW_NTP_SERVER_NAME_SIZE];
@@ -156,14 +155,15 @@ class NtpCollector : public Collector {
     bool done_ = false;
 };
 
-const Registration registered({"ntp", "NTP servers that the host is configured to use", 50, Make<NtpCollector>});
+const Registration registered({"ntp", "NTP servers that the host is configured to use", 50,
+                               Make<NtpCollector>});
 
 }  // namespace
 
-NtpServers FindNtpServers(const Host &host)
-{
+NtpServers FindNtpServers(const Host &host) {
     Names names;
-    for (const char *file : {"/etc/chrony/chrony.conf", "/etc/chrony.conf", "/etc/ntpsec/ntp.conf", "/etc/ntp.conf"}) {
+    for (const char *file :
+         {"/etc/chrony/chrony.conf", "/etc/chrony.conf", "/etc/ntpsec/ntp.conf", "/etc/ntp.conf"}) {
         if (names.empty()) names = FromDirectives(host, file);
     }
     if (names.empty()) names = FromTimesyncd(host);

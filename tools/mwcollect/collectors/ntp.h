@@ -10,12 +10,14 @@
 namespace collect {
 
 struct NtpServers {
-    std::vector<std::string> names;  // in the order of the configuration, each once, at most MW_NTP_SERVER_MAX
+    std::vector<std::string>
+        names;  // in the order of the configuration, each once, at most MW_NTP_SERVER_MAX
     size_t left_out = 0;
     bool operator==(const NtpServers &) const = default;
 };
 
-// Of the time services that have servers configured the first one counts: chrony, ntpsec, ntp, systemd-timesyncd.
+// Of the time services that have servers configured the first one counts: chrony, ntpsec, ntp,
+// systemd-timesyncd.
 NtpServers FindNtpServers(const Host &host);
 
 }  // namespace collect

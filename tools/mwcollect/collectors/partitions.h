@@ -3,11 +3,13 @@
 #define MWCOLLECT_PARTITIONS_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "collector.h"
 #include "host.h"
 
 namespace collect {
@@ -42,7 +44,22 @@ struct Partitions {
     size_t left_out = 0;
 };
 
+using UseOf = std::function<std::optional<FileSystemUse>(const std::string &mount_point)>;
+
+// The use of each of these file systems, as far as there is room and a name fits.
+Partitions ReadPartitions(const std::vector<Mount> &disks, const UseOf &use, Log &log);
+
+// Those of the live machine. A captured tree has none: each of its file systems is skipped with one line.
 Partitions FindPartitions(const Host &host);
+
+// The host monitor's table of partitions, as far as this process fills it.
+class PartitionTable {
+  public:
+    void Store(const Partitions &found, Writer &writer);
+
+  private:
+    std::vector<std::string> names_;  // what was stored last
+};
 
 }  // namespace collect
 

@@ -16,29 +16,29 @@ namespace {
 constexpr uint32_t kNoPercent = 0xFF;  // the alternative's byte: no percentage
 constexpr long kSampleNanoseconds = 100'000'000;
 
-std::optional<CpuTicks> ReadTicks(const Host &host)
-{
+std::optional<CpuTicks> ReadTicks(const Host &host) {
     const std::string path = "/proc/stat";
     const std::optional<std::string> text = host.File(path);
     if (!text) return std::nullopt;
     std::optional<CpuTicks> ticks = ParseCpuTicks(*text);
-    if (!ticks) host.Skip(path, "a first line of cpu and at least four counters", text->substr(0, text->find('\n')));
+    if (!ticks)
+        host.Skip(path, "a first line of cpu and at least four counters", text->substr(0, text->find('\n')));
     return ticks;
 }
 
 class UsageCollector : public Collector {
   public:
-    void Collect(const Host &host, Writer &writer) override
-    {
+    void Collect(const Host &host, Writer &writer) override {
         if (const auto text = host.File("/proc/meminfo")) {
             if (const auto percent = MemoryPercent(*text)) {
                 writer.Wrote("memory usage", 1, MW_SetMemUsgInfoFromHostMon(PackUsage(*percent)));
             } else {
-                host.Skip("/proc/meminfo", "MemTotal and MemAvailable in kB", text->substr(0, text->find('\n')));
+                host.Skip("/proc/meminfo", "MemTotal and MemAvailable in kB",
+                          text->substr(0, text->find('\n')));
             }
         }
-        // The first figure of a live machine is that of a short while; later ones are those of the time between rounds.
-        // The one reading that a captured tree has counts from the boot.
+        // The first figure of a live machine is that of a short while; later ones are those of the time
+        // between rounds. The one reading that a captured tree has counts from the boot.
         if (!before_ && host.Live()) {
             before_ = ReadTicks(host);
             const timespec sample{0, kSampleNanoseconds};
@@ -60,9 +60,9 @@ const Registration registered({"usage", "memory and processor usage of the host"
 
 }  // namespace
 
-std::optional<CpuTicks> ParseCpuTicks(std::string_view text)
-{
-    // user nice system idle iowait irq softirq steal guest guest_nice: guests are counted in user and nice already.
+std::optional<CpuTicks> ParseCpuTicks(std::string_view text) {
+    // user nice system idle iowait irq softirq steal guest guest_nice: guests are counted in user and nice
+    // already.
     constexpr size_t kIdle = 3;
     constexpr size_t kIowait = 4;
     constexpr size_t kSteal = 7;
@@ -77,8 +77,7 @@ std::optional<CpuTicks> ParseCpuTicks(std::string_view text)
     return ticks;
 }
 
-std::optional<uint32_t> CpuPercent(const CpuTicks &before, const CpuTicks &after)
-{
+std::optional<uint32_t> CpuPercent(const CpuTicks &before, const CpuTicks &after) {
     if (after.busy < before.busy) return std::nullopt;
     // The kernel's idle and waiting times may step back a little.
     const uint64_t idle = after.idle > before.idle ? after.idle - before.idle : 0;
@@ -88,8 +87,7 @@ std::optional<uint32_t> CpuPercent(const CpuTicks &before, const CpuTicks &after
     return static_cast<uint32_t>(share * 100.0 + 0.5);
 }
 
-std::optional<uint32_t> MemoryPercent(std::string_view meminfo)
-{
+std::optional<uint32_t> MemoryPercent(std::string_view meminfo) {
     const auto total = MeminfoKilobytes(meminfo, "MemTotal");
     auto available = MeminfoKilobytes(meminfo, "MemAvailable");
     if (!total || *total == 0) return std::nullopt;
@@ -102,7 +100,8 @@ std::optional<uint32_t> MemoryPercent(std::string_view meminfo)
         available = *free + std::min(*total - *free, *buffers + *cached);
     }
     if (*available > *total) return std::nullopt;
-    return static_cast<uint32_t>(static_cast<double>(*total - *available) / static_cast<double>(*total) * 100.0 + 0.5);
+    return static_cast<uint32_t>(
+        static_cast<double>(*total - *available) / static_cast<double>(*total) * 100.0 + 0.5);
 }
 
 uint32_t PackUsage(uint32_t percent) { return MW_VALID_FLAG | kNoPercent << 8 | percent << 16; }

@@ -17,14 +17,15 @@ struct CpuTicks {
 // The first line of /proc/stat; nothing where it is not what it should be.
 std::optional<CpuTicks> ParseCpuTicks(std::string_view text);
 
-// Percent of the time between two readings that was not idle, rounded; nothing where no time has passed or the
-// counters ran backwards.
+// Percent of the time between two readings that was not idle, rounded; nothing where no time has passed or
+// the counters ran backwards.
 std::optional<uint32_t> CpuPercent(const CpuTicks &before, const CpuTicks &after);
 
 // Percent of /proc/meminfo's MemTotal that is not available to new programs, rounded.
 std::optional<uint32_t> MemoryPercent(std::string_view meminfo);
 
-// A figure as the host monitor's setters take it: enabled, an alternative for readers while it is not, the percent.
+// A figure as the host monitor's setters take it: enabled, an alternative for readers while it is not, the
+// percent.
 uint32_t PackUsage(uint32_t percent);
 
 }  // namespace collect
