@@ -94,14 +94,17 @@ bool SkipStar(const char *&at) {
     return true;
 }
 
-bool IsOneOf(char c, const char *set) { return c != '\0' && strchr(set, c) != nullptr; }
+bool IsOneOf(char c, const char *set) {
+    while (*set != '\0' && *set != c) ++set;
+    return *set != '\0';
+}
 
 // Reads the conversion that begins behind a percent sign.
 Conversion ReadConversion(const char *at) {
     Conversion conversion;
     SkipPosition(at);
     for (char *flag = conversion.flags; IsOneOf(*at, "-+ #0'"); ++at) {
-        if (*at != '\'' && strchr(conversion.flags, *at) == nullptr) *flag++ = *at;
+        if (*at != '\'' && !IsOneOf(*at, conversion.flags)) *flag++ = *at;
     }
     if (!SkipStar(at)) ReadNumber(at, conversion.width);
     if (*at == '.') {
@@ -174,7 +177,8 @@ class LabelWriter {
 void FormatLabel(char (&to)[MW_PCH_SILK_SIZE], const char *label) {
     LabelWriter writer(to);
     while (*label != '\0') {
-        const char *percent = label + strcspn(label, "%");
+        const char *percent = label;
+        while (*percent != '\0' && *percent != '%') ++percent;
         writer.Text(label, static_cast<size_t>(percent - label));
         if (*percent == '\0') return;
         const Conversion conversion = ReadConversion(percent + 1);
