@@ -143,28 +143,43 @@ Control *MapControl(bool create) {
     return control;
 }
 
-int LockWithin(pthread_mutex_t *mutex, uint32_t timeout_ms) {
+namespace {
+
 #ifdef __SANITIZE_THREAD__
-    // The thread sanitizer does not know of the other clock's function and would report every access under
-    // the lock.
-    constexpr clockid_t kClock = CLOCK_REALTIME;
+// The thread sanitizer follows a mutex through trylock only: it does not know the other clock's function, and
+// misses the death of a holder in the timed one.
+int LockUntil(pthread_mutex_t *mutex, const timespec &deadline) {
+    for (;;) {
+        const int answer = pthread_mutex_trylock(mutex);
+        if (answer != EBUSY) return answer;
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        if (now.tv_sec > deadline.tv_sec ||
+            (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec))
+            return ETIMEDOUT;
+        constexpr timespec kPause = {0, 100000};
+        nanosleep(&kPause, nullptr);
+    }
+}
 #else
-    constexpr clockid_t kClock = CLOCK_MONOTONIC;
+int LockUntil(pthread_mutex_t *mutex, const timespec &deadline) {
+    return pthread_mutex_clocklock(mutex, CLOCK_MONOTONIC, &deadline);
+}
 #endif
+
+}  // namespace
+
+int LockWithin(pthread_mutex_t *mutex, uint32_t timeout_ms) {
     constexpr long kSecond = 1000000000;
     timespec deadline;
-    clock_gettime(kClock, &deadline);
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += static_cast<time_t>(timeout_ms / 1000);
     deadline.tv_nsec += static_cast<long>(timeout_ms % 1000) * 1000000;
     if (deadline.tv_nsec >= kSecond) {
         deadline.tv_nsec -= kSecond;
         ++deadline.tv_sec;
     }
-#ifdef __SANITIZE_THREAD__
-    return pthread_mutex_timedlock(mutex, &deadline);
-#else
-    return pthread_mutex_clocklock(mutex, kClock, &deadline);
-#endif
+    return LockUntil(mutex, deadline);
 }
 
 // Slots are given away and never taken back, so a probe ends at the first one that is free.

@@ -35,7 +35,11 @@ int RunRole(const std::string &role);
 
 int main(int argc, char **argv) {
     // Parts that need a program started from nothing.
-    if (argc == 3 && strcmp(argv[1], "--role") == 0) return RunRole(argv[2]);
+    if (argc == 3 && strcmp(argv[1], "--role") == 0) {
+        const int result = RunRole(argv[2]);
+        fflush(nullptr);
+        _exit(result);
+    }
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

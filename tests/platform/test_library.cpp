@@ -13,7 +13,7 @@ int RunRole(const std::string &role) {
         // Is this the system in which the test created a semaphore?
         OalSemStatus status;
         printf("%s", OAL_GetSemStatus(4711, &status) == 0 && status.exists != 0 ? "found" : "not found");
-        IDBG_LINUXAPP_Runtime_DbgOut(135, "trace\n");
+        IDBG_LINUXAPP_Runtime_DbgOut(135, "traced\n");
         return 0;
     }
     return 2;
@@ -58,7 +58,7 @@ TEST_F(Library, ProgramsWithOtherRightsIgnoreTheEnvironment) {
     const Outcome plain = look();
     if (!plain.Succeeded()) GTEST_SKIP() << "another user cannot run this program here: " << plain;
     EXPECT_EQ(plain.out, "found");
-    EXPECT_EQ(plain.err, "trace\n");
+    EXPECT_EQ(plain.err, "traced\n");
 
     struct statvfs file_system;
     ASSERT_EQ(statvfs(program.c_str(), &file_system), 0);
@@ -69,7 +69,7 @@ TEST_F(Library, ProgramsWithOtherRightsIgnoreTheEnvironment) {
     const Outcome privileged = look();
     EXPECT_TRUE(privileged.Succeeded()) << privileged;
     EXPECT_EQ(privileged.out, "not found");
-    EXPECT_EQ(privileged.err.find("trace"), std::string::npos);
+    EXPECT_EQ(privileged.err.find("traced"), std::string::npos);
 }
 
 }  // namespace

@@ -386,7 +386,7 @@ TEST_F(Region, AFullFileSystemIsAnErrorAndLeavesNothing) {
     SKIP_UNLESS_ROOT();
     const Shared<std::atomic<bool>> mounted;
     const Outcome outcome = In([&] {
-        if (!MountSmall(root_.path(), "size=256k")) return;
+        if (!MountSmall(root_.path(), "size=512k")) return;
         *mounted = true;
         EXPECT_LT(OAL_CreatMemResource(kAreaKey, kAreaSize), 0);
         EXPECT_EQ(errno, ENOSPC);
@@ -399,7 +399,7 @@ TEST_F(Region, AFullFileSystemIsAnErrorAndLeavesNothing) {
 
 TEST_F(Region, AFileSizeLimitIsAnErrorAndLeavesNothing) {
     const Outcome outcome = In([] {
-        LimitFileSize(65536);
+        LimitFileSize(256 * 1024);
         EXPECT_LT(OAL_CreatMemResource(kAreaKey, kAreaSize), 0);
         EXPECT_EQ(errno, EFBIG);
         EXPECT_EQ(OAL_GetMemResourceAddr(kAreaKey), nullptr);
