@@ -58,8 +58,7 @@ constexpr uint32_t Bits(uint32_t number, uint32_t from, uint32_t width) {
     return number >> from & ((1u << width) - 1);
 }
 
-// --- numbers
-// -----------------------------------------------------------------------------------------------------
+// --- numbers ------------------------------------------------------------------------------------------------------
 
 int32_t MW_GetBmcVersionNumber(uint32_t wVerExt, uint32_t *pdwVersion) {
     all_bmc_version all;
@@ -128,8 +127,7 @@ int32_t MW_GetBootVersionNumber(uint32_t wVerExt, uint32_t *pdwVersion) {
                       "[%s:%d]all_boot_version.MBootValidFlag is invalid\n");
 }
 
-// --- texts
-// -------------------------------------------------------------------------------------------------------
+// --- texts --------------------------------------------------------------------------------------------------------
 
 int32_t MW_GetEpldVersionString(uint32_t wVerExt, char *pcVersion, int32_t lLength) {
     uint32_t version = 0;
