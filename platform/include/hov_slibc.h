@@ -29,7 +29,8 @@ int strncpy_s(char *dest, size_t dest_size, const char *src, size_t count);
 /* The length of `text`, looking at no more than `max` characters. */
 size_t strnlen_s(const char *text, size_t max);
 
-/* Formats, cuts to fit and always terminates; answers the length of the uncut text, negative on failure. */
+/* Formats, cuts to fit and always terminates; answers the length of the uncut text, negative on failure. A format with
+ * %n fails and leaves the destination empty. */
 int snprintf_s(char *dest, size_t dest_size, const char *format, ...) MIDWARE_SLIBC_FORMAT(3, 4);
 int hov_snprintf_s(char *dest, size_t dest_size, const char *format, ...) MIDWARE_SLIBC_FORMAT(3, 4);
 

@@ -81,7 +81,7 @@ void MakeParents(const char *path) {
 }
 
 Fd OpenRegular(const char *path, int flags, struct stat *status) {
-    Fd fd(open(path, flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    Fd fd(open(path, flags | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600));
     if (!fd || fstat(fd.get(), status) != 0) return Fd();
     if (!S_ISREG(status->st_mode)) {
         errno = EINVAL;

@@ -43,8 +43,9 @@ class Fd {
 // Creates the missing directories above `path`. What can be wrong shows when `path` itself is opened.
 void MakeParents(const char *path);
 
-// Opens an existing regular file; never through a link, and without waiting for whoever holds the other end
-// of a pipe that was put there. Invalid with errno set; EINVAL when it is no regular file.
+// Opens a regular file, or creates it with O_CREAT for its owner alone; never through a link, and without
+// waiting for whoever holds the other end of a pipe that was put there. Invalid with errno set; EINVAL when
+// it is no regular file.
 Fd OpenRegular(const char *path, int flags, struct stat *status);
 
 bool WriteAll(int fd, const char *bytes, size_t size);

@@ -350,8 +350,6 @@ void *Load(const char *path, Missing missing) {
     if (!Place(path, place)) return nullptr;
     const Locked locked(Lock::kIni);
     State &state = TheState();
-    timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
 
     struct stat status;
     const auto cached = state.files.find(std::string_view(place));
@@ -361,6 +359,8 @@ void *Load(const char *path, Missing missing) {
         state.files.erase(cached);
     }
 
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
     Fd fd = OpenRegular(place, O_RDONLY, &status);
     if (!fd && errno == ENOENT) {
         if (missing == Missing::kCreate && !CreateEmpty(place)) return nullptr;

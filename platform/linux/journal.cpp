@@ -23,6 +23,11 @@ constexpr off_t kFull = kCap - 16 * off_t{kLineSize};
 
 constexpr int kRotationTries = 50;  // a millisecond each
 
+void PutNumber(char *&at, int digits, unsigned number) {
+    for (int i = digits - 1; i >= 0; --i, number /= 10) at[i] = static_cast<char>('0' + number % 10);
+    at += digits;
+}
+
 // ISO 8601 in UTC with milliseconds. By the calendar of the C++ library, which needs no lock.
 size_t Stamp(char (&line)[kLineSize]) {
     using namespace std::chrono;
@@ -30,12 +35,23 @@ size_t Stamp(char (&line)[kLineSize]) {
     const auto day = floor<days>(now);
     const year_month_day date(day);
     const hh_mm_ss time(now - day);
-    const int length =
-        snprintf(line, sizeof line, "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ ", static_cast<int>(date.year()),
-                 static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                 static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                 static_cast<int>(time.seconds().count()), static_cast<int>(time.subseconds().count()));
-    return static_cast<size_t>(length);
+    char *at = line;
+    PutNumber(at, 4, static_cast<unsigned>(static_cast<int>(date.year())));
+    *at++ = '-';
+    PutNumber(at, 2, static_cast<unsigned>(date.month()));
+    *at++ = '-';
+    PutNumber(at, 2, static_cast<unsigned>(date.day()));
+    *at++ = 'T';
+    PutNumber(at, 2, static_cast<unsigned>(time.hours().count()));
+    *at++ = ':';
+    PutNumber(at, 2, static_cast<unsigned>(time.minutes().count()));
+    *at++ = ':';
+    PutNumber(at, 2, static_cast<unsigned>(time.seconds().count()));
+    *at++ = '.';
+    PutNumber(at, 3, static_cast<unsigned>(time.subseconds().count()));
+    *at++ = 'Z';
+    *at++ = ' ';
+    return static_cast<size_t>(at - line);
 }
 
 Fd OpenLog(const char *path, struct stat *status) {

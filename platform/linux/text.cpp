@@ -8,10 +8,10 @@
 namespace platform {
 namespace {
 
-// The length of the character at `text` when it is well-formed UTF-8 that only prints, otherwise 0.
+// The length of the character beyond ASCII at `text` when it is well-formed UTF-8 that only prints, otherwise
+// 0.
 size_t PrintableLength(const unsigned char *text) {
     const unsigned char first = text[0];
-    if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
     const size_t length = first >= 0xC2 && first <= 0xDF   ? 2
                           : (first & 0xF0) == 0xE0         ? 3
                           : first >= 0xF0 && first <= 0xF4 ? 4
@@ -58,6 +58,10 @@ size_t FormatLine(char (&line)[kLineSize], size_t at, const char *format, va_lis
         if (at + kLongest + sizeof kCut > sizeof line) {
             memcpy(line + at, kCut, sizeof kCut);
             return at + sizeof kCut - 1;
+        }
+        if (*from >= 0x20 && *from < 0x7F) [[likely]] {
+            line[at++] = static_cast<char>(*from++);
+            continue;
         }
         const size_t plain = PrintableLength(from);
         if (plain > 0) {
