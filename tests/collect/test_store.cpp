@@ -426,8 +426,8 @@ TEST_F(PartitionStore, APartitionThatIsNoLongerMountedLeavesTheTable) {
     ASSERT_EQ(stored.dwTotalPart, 2u);
     EXPECT_STREQ(stored.atPart[1].acPartName, "/b");
     EXPECT_EQ(stored.atPart[1].ucUsedPercent, 30);
-    EXPECT_EQ(stored.atPart[1].dwTotalMB, 1000u);
-    EXPECT_EQ(stored.atPart[1].dwUsedMB, 300u);
+    EXPECT_EQ(+stored.atPart[1].dwTotalMB, 1000u);
+    EXPECT_EQ(+stored.atPart[1].dwUsedMB, 300u);
     table.Store(Mounted({}, 0), writer);
     ASSERT_EQ(MW_GetHardDiskUsgInfoFromHostMon(&stored), 0);
     EXPECT_EQ(stored.dwTotalPart, 0u);

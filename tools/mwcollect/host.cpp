@@ -119,7 +119,7 @@ Host::Found Host::Walk(const std::string &path, int flags) const {
     }
     Found found;
     for (const auto &[name, fd] : way) found.path += "/" + name;
-    if (found.path.empty()) found.path = "/";
+    if (found.path.empty()) found.path += '/';
     if ((flags & O_PATH) == 0) {
         const int from = way.size() > 1 ? way[way.size() - 2].second.get() : fd_.get();
         const char *last = way.empty() ? "." : way.back().first.c_str();
