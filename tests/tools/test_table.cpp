@@ -95,5 +95,16 @@ TEST(Table, BytesCanBeNumbers) {
     EXPECT_EQ(numbers.count, 4u);
 }
 
+TEST(Table, BytesCanBeStatesWithNames) {
+    static constexpr Code kinds[] = {{0, "first"}, {1, "second"}, {2, "third"}, {3, "fourth"}};
+    const Field states = kFields[6].States(kinds);
+    EXPECT_TRUE(states.IsState());
+    EXPECT_EQ(states.width, 1u);
+    EXPECT_EQ(states.count, 4u);
+    EXPECT_TRUE(kFields[0].State().IsState());
+    EXPECT_FALSE(kFields[6].Numbers().IsState());
+    EXPECT_FALSE(kFields[8].State().IsState());  // states without names are not told apart
+}
+
 }  // namespace
 }  // namespace mwctl

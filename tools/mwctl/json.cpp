@@ -48,9 +48,12 @@ Json Decoded(const Layout &layout, const std::byte *bytes, Chosen chosen) {
     bool has_states = false;
     for (const Field &field : layout.fields) {
         if (!IsShown(field, bytes, chosen)) continue;
-        if (field.kind == Kind::kState && field.count == 0) {
+        if (field.IsState()) {
             has_states = true;
-            if (UnsignedAt(field, bytes) != 0) asserted.push_back(std::string(field.name));
+            for (uint32_t i = 0; i < std::max(field.count, 1u); ++i) {
+                if (UnsignedAt(field, bytes, i) == 0) continue;
+                asserted.push_back(std::string(field.count == 0 ? field.name : CodeName(field, i)));
+            }
         } else if (field.kind == Kind::kFlags && field.count == 0) {
             decoded[std::string(field.name)] = FlagNames(field, UnsignedAt(field, bytes));
         } else if (field.kind == Kind::kCode) {

@@ -49,9 +49,10 @@ Reading Read(const Module &module, const Record &record) {
     return reading;
 }
 
-ModuleReading Read(const Module &module) {
+ModuleReading Read(const Module &module, std::string_view option) {
     ModuleReading reading{.module = &module};
     for (const Record &record : module.records) {
+        if (record.option != option) continue;
         // Waiting once for a semaphore that is not released is enough.
         const auto stuck =
             std::find_if(reading.records.begin(), reading.records.end(), [&](const Reading &other) {

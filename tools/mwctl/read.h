@@ -31,7 +31,8 @@ struct ModuleReading {
 };
 
 Reading Read(const Module &module, const Record &record);
-ModuleReading Read(const Module &module);
+// Those of its records that belong to an option of `mwctl show`, or to none.
+ModuleReading Read(const Module &module, std::string_view option = {});
 
 // Why a call of the library answered -1, from what it said meanwhile, and what to do.
 class Listen;

@@ -15,6 +15,8 @@ namespace {
 struct Options {
     std::vector<std::string> modules;
     bool json = false;
+    bool all = false;
+    std::string_view requested{};  // the option that replaces the usual records by others
 };
 Options options;
 
@@ -29,12 +31,37 @@ std::string CheckModule(const std::string &name) {
     return fmt::format("there is no module '{}'; there are {}", name, NamesOfModules());
 }
 
+bool HasRequested(const Module &module) {
+    return std::any_of(module.records.begin(), module.records.end(),
+                       [](const Record &record) { return record.option == options.requested; });
+}
+
+// One flag for each option that some record belongs to.
+void AddRequests(CLI::App &show) {
+    for (const Module &module : Modules()) {
+        for (const Record &record : module.records) {
+            const std::string flag = fmt::format("--{}", record.option);
+            if (record.option.empty() || show.get_option_no_throw(flag) != nullptr) continue;
+            show.add_flag_callback(
+                flag, [option = record.option] { options.requested = option; },
+                std::string(record.option_help));
+        }
+    }
+}
+
 std::vector<ModuleReading> ReadChosen() {
+    if (!options.requested.empty()) {
+        for (const std::string &name : options.modules) {
+            if (HasRequested(*FindModule(name))) continue;
+            throw CLI::ValidationError(
+                fmt::format("--{}: there is no such list of {}", options.requested, name));
+        }
+    }
     std::vector<ModuleReading> readings;
     for (const Module &module : Modules()) {
         const auto &chosen = options.modules;
         if (chosen.empty() || std::find(chosen.begin(), chosen.end(), module.name) != chosen.end()) {
-            readings.push_back(Read(module));
+            if (HasRequested(module)) readings.push_back(Read(module, options.requested));
         }
     }
     return readings;
@@ -80,7 +107,9 @@ void Show() {
         if (!problems.empty()) document["errors"] = problems;
         text = Document(document);
     } else {
-        for (const ModuleReading &reading : readings) text += (text.empty() ? "" : "\n") + ToText(reading);
+        for (const ModuleReading &reading : readings) {
+            text += (text.empty() ? "" : "\n") + ToText(reading, options.all ? Extent::kAll : Extent::kLine);
+        }
     }
     Finish(text);
     for (const std::string &problem : problems) Fail(problem);
@@ -94,6 +123,8 @@ void AddShow(CLI::App &app) {
                      "What to show; everything when none is named: " + NamesOfModules())
         ->check(CheckModule);
     show->add_flag("--json", options.json, "One JSON document with every field under its name");
+    show->add_flag("--all", options.all, "Every field also of the records that are else a line each");
+    AddRequests(*show);
     show->footer("A list shows the slots in use. Reserved bytes are shown when they are not zero.");
     show->callback(Show);
 }

@@ -25,6 +25,7 @@
 //         Words<ThingArea>("totals", "Totals"),                          // the fields with a Get
 //         Slots<ThingInfo, CountThings>("power", "Power", 16),           // of each slot the fields with a GetAt
 //         List<ThingInfo, MW_GetThingInfo>("things", "Things", 16).Used<IsPresent>().Named<Labels>(),
+//         List<ThingInfo, MW_GetThingInfo>("all", "All", 16).Row<Cells>().OnRequest("all", "All things instead"),
 //         One<ThingPolicy, MW_GetThingPolicy>("policy", "Policy"),
 //         Custom<ThingView, ReadViews>("view", "View", 16),              // int32_t ReadViews(ThingView *, uint32_t &)
 //     };
@@ -102,6 +103,14 @@ struct Field {
     constexpr Field Flags(std::span<const Code> names) const { return With(Kind::kFlags, names); }
     constexpr Field Switch() const { return With(Kind::kSwitch, {}); }
     constexpr Field State() const { return With(Kind::kState, {}); }
+    // Bytes that are sensor states, one each: `kinds` says what each of them stands for.
+    constexpr Field States(std::span<const Code> kinds) const {
+        Field field = Numbers();
+        field.kind = Kind::kState;
+        field.codes = kinds;
+        return field;
+    }
+    constexpr bool IsState() const { return kind == Kind::kState && (count == 0 || !codes.empty()); }
     constexpr Field Event() const { return With(Kind::kEvent, {}); }
     constexpr Field Hex() const {
         Field field = *this;
@@ -301,6 +310,10 @@ struct Record {
     uint32_t first_number = 0;              // what the first slot is called
     const midware::Module *core = nullptr;  // whose semaphore is taken, where it is not the module's
     bool no_area = false;                   // read from a file
+    // What people see of a slot, a line each, unless they ask for all.
+    void (*row)(const void *slot, std::vector<Note> &cells) = nullptr;
+    std::string_view option{};  // read only when asked for by this option of `mwctl show`
+    std::string_view option_help{};
 };
 
 template <class T>
@@ -340,6 +353,21 @@ struct RecordOf : Record {
     constexpr RecordOf Under(const midware::Module &module) const {
         RecordOf record = *this;
         record.core = &module;
+        return record;
+    }
+    // Makes a table of the list: a function of (const T &, std::vector<Note> &) adds the cells of a line.
+    template <auto add>
+    constexpr RecordOf Row() const {
+        RecordOf record = *this;
+        record.row = [](const void *slot, std::vector<Note> &cells) {
+            add(*static_cast<const T *>(slot), cells);
+        };
+        return record;
+    }
+    constexpr RecordOf OnRequest(std::string_view name_of_option, std::string_view help) const {
+        RecordOf record = *this;
+        record.option = name_of_option;
+        record.option_help = help;
         return record;
     }
     constexpr RecordOf FromFile() const {

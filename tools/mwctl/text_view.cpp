@@ -77,10 +77,13 @@ std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
 std::string AssertedStates(const Layout &layout, const std::byte *bytes) {
     std::vector<std::string> names;
     for (const Field &field : layout.fields) {
-        if (field.kind != Kind::kState || field.count != 0) continue;
-        const uint64_t value = UnsignedAt(field, bytes);
-        if (value == 1) names.emplace_back(field.label);
-        if (value > 1) names.push_back(fmt::format("{} ({})", field.label, value));
+        if (!field.IsState()) continue;
+        for (uint32_t i = 0; i < std::max(field.count, 1u); ++i) {
+            const uint64_t value = UnsignedAt(field, bytes, i);
+            const std::string_view name = field.count == 0 ? field.label : CodeName(field, i);
+            if (value == 1) names.emplace_back(name);
+            if (value > 1) names.push_back(fmt::format("{} ({})", name, value));
+        }
     }
     return names.empty() ? "none" : fmt::format("{}", fmt::join(names, ", "));
 }
@@ -135,7 +138,7 @@ Block BlockOf(const Layout &layout, const std::byte *bytes, Chosen chosen) {
                 nested.blocks.push_back(BlockOf(*field.layout, element, Chosen::kAll));
             }
             if (!nested.blocks.empty()) block.nested.push_back(std::move(nested));
-        } else if (field.kind == Kind::kState && field.count == 0) {
+        } else if (field.IsState()) {
             if (!states_shown)
                 block.lines.push_back({"asserted", AssertedStates(layout, bytes), Line::Form::kWords});
             states_shown = true;
@@ -205,9 +208,10 @@ std::vector<Column> ColumnsOf(const std::string &slot_label, const std::vector<u
     return columns;
 }
 
-// Slots as a table, a line each. False when they do not fit into one.
+// Slots as a table, a line each. False when they do not fit into one that is as wide as the page.
+enum class Width : uint8_t { kPage, kAny };
 bool AppendTable(std::string &out, const std::string &slot_label, const std::vector<uint32_t> &numbers,
-                 const std::vector<Block> &blocks, size_t indent) {
+                 const std::vector<Block> &blocks, size_t indent, Width width) {
     if (std::any_of(blocks.begin(), blocks.end(), [](const Block &block) { return !block.nested.empty(); }))
         return false;
 
@@ -217,7 +221,8 @@ bool AppendTable(std::string &out, const std::string &slot_label, const std::vec
     const size_t last =
         indent + std::accumulate(widths.begin(), widths.end() - 1, kIndent * (widths.size() - 1));
     const bool wraps = columns.back().form == Line::Form::kWords;
-    if (wraps ? last + kLeastWidth > kPageWidth : last + widths.back() > kPageWidth) return false;
+    const size_t needed = last + (wraps ? kLeastWidth : widths.back());
+    if (width == Width::kPage && needed > kPageWidth) return false;
 
     for (size_t row = 0; row <= blocks.size(); ++row) {
         std::string text(indent, ' ');
@@ -241,7 +246,7 @@ bool AppendTable(std::string &out, const std::string &slot_label, const std::vec
 
 void AppendList(std::string &out, const std::string &slot_label, const std::vector<uint32_t> &numbers,
                 const std::vector<Block> &blocks, size_t indent) {
-    if (AppendTable(out, slot_label, numbers, blocks, indent)) return;
+    if (AppendTable(out, slot_label, numbers, blocks, indent, Width::kPage)) return;
     for (size_t i = 0; i < blocks.size(); ++i) {
         out += fmt::format("{:{}}{} {}\n", "", indent, slot_label, numbers[i]);
         AppendBlock(out, blocks[i], indent + kIndent);
@@ -274,7 +279,7 @@ void AppendBlock(std::string &out, const Block &block, size_t indent) {
     }
 }
 
-void AppendRecord(std::string &out, const Reading &reading) {
+void AppendRecord(std::string &out, const Reading &reading, Extent extent) {
     const Record &record = *reading.record;
     out += fmt::format("{:{}}{} ({})\n", "", kIndent, record.label, record.name);
     constexpr size_t indent = 2 * kIndent;
@@ -284,8 +289,16 @@ void AppendRecord(std::string &out, const Reading &reading) {
     }
     std::vector<uint32_t> numbers;
     std::vector<Block> blocks;
+    const bool lines_only = record.row != nullptr && extent == Extent::kLine;
     for (const Slot &slot : reading.slots) {
         numbers.push_back(slot.number);
+        if (lines_only) {
+            std::vector<Note> cells;
+            record.row(slot.bytes, cells);
+            Block &block = blocks.emplace_back();
+            for (const Note &cell : cells) block.lines.push_back({cell.label, tools::Printable(cell.text)});
+            continue;
+        }
         blocks.push_back(BlockOf(*record.layout, slot.bytes, record.chosen));
         if (!slot.name.empty()) {
             std::vector<Line> &lines = blocks.back().lines;
@@ -300,7 +313,11 @@ void AppendRecord(std::string &out, const Reading &reading) {
     if (blocks.empty()) {
         out += fmt::format("{:{}}none\n", "", indent);
     } else if (record.capacity == 0) {
+        const size_t before = out.size();
         AppendBlock(out, blocks.front(), indent);
+        if (out.size() == before) out += fmt::format("{:{}}none\n", "", indent);
+    } else if (lines_only) {
+        AppendTable(out, std::string(record.slot_label), numbers, blocks, indent, Width::kAny);
     } else {
         AppendList(out, std::string(record.slot_label), numbers, blocks, indent);
     }
@@ -312,9 +329,9 @@ void AppendRecord(std::string &out, const Reading &reading) {
 
 }  // namespace
 
-std::string ToText(const ModuleReading &reading) {
+std::string ToText(const ModuleReading &reading, Extent extent) {
     std::string out = fmt::format("{} ({})\n", reading.module->label, reading.module->name);
-    for (const Reading &record : reading.records) AppendRecord(out, record);
+    for (const Reading &record : reading.records) AppendRecord(out, record, extent);
     return out;
 }
 

@@ -8,9 +8,12 @@
 
 namespace mwctl {
 
+// How much of a record people see that has a line for each of its slots.
+enum class Extent : uint8_t { kLine, kAll };
+
 // For people: aligned lines and tables, empty texts and empty reserved bytes left out. What came from the
 // records is escaped.
-std::string ToText(const ModuleReading &reading);
+std::string ToText(const ModuleReading &reading, Extent extent);
 
 // Every named field under its name; reserved bytes only when they are not zero. What a record's numbers mean,
 // as far as it is known, stands beside them under "decoded"; a list has the slots in use. A record that could
