@@ -7,7 +7,9 @@
 #include "area.h"
 #include "collectors/cpu.h"
 #include "collectors/memory.h"
+#include "collectors/nic.h"
 #include "collectors/partitions.h"
+#include "collectors/pcie.h"
 #include "collectors/usage.h"
 
 namespace collect {
@@ -109,8 +111,56 @@ TEST_F(X86Capture, HasEightModulesInTwentyFourSlots) {
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
+TEST_F(X86Capture, HasManyPciFunctionsOfWhichTheDevicesAreKept) {
+    const std::vector<PciFunction> functions = ReadPciFunctions(host());
+    ASSERT_EQ(functions.size(), 137u);
+    size_t in_slots = 0;
+    for (const PciFunction &function : functions) {
+        in_slots += function.slot.number != 0;
+        EXPECT_EQ(function.IsBridge(), function.base_class == kPciBridge) << function.path;
+        EXPECT_EQ(function.link, PciLink{});
+    }
+    EXPECT_EQ(in_slots, 2u);
+    const PcieFunctions chosen = ChoosePcieFunctions(functions);
+    ASSERT_EQ(chosen.functions.size(), 64u);
+    EXPECT_EQ(chosen.left_out, 73u);
+    size_t network = 0;
+    size_t slots = 0;
+    for (const PciFunction &function : chosen.functions) {
+        EXPECT_FALSE(function.IsBridge());
+        network += function.base_class == kPciNetwork;
+        slots += function.slot.number != 0;
+    }
+    EXPECT_EQ(network, 3u);
+    EXPECT_EQ(slots, 2u);
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
+TEST_F(X86Capture, HasTwoNetworkCardsWithThreePorts) {
+    const NicCards found = FindNicCards(host(), ReadPciFunctions(host()));
+    ASSERT_EQ(found.cards.size(), 2u);
+    ASSERT_EQ(found.cards[0].ports.size(), 2u);
+    ASSERT_EQ(found.cards[1].ports.size(), 1u);
+    const NicPort &up = found.cards[0].ports[0];
+    EXPECT_EQ(up.link_state, MW_NIC_LINK_UP);
+    EXPECT_EQ(up.speed, 1000u);
+    EXPECT_EQ(up.duplex, 1);
+    EXPECT_TRUE(up.mac_is_permanent);
+    const NicPort &off = found.cards[0].ports[1];
+    EXPECT_EQ(off.link_state, MW_NIC_LINK_DOWN);
+    EXPECT_EQ(off.speed, 0u);
+    EXPECT_EQ(off.duplex, MW_NIC_UNKNOWN);
+    const NicPort &infiniband = found.cards[1].ports[0];
+    EXPECT_FALSE(infiniband.mac);
+    EXPECT_EQ(infiniband.mtu, 2044u);
+    EXPECT_FALSE(infiniband.firmware.empty());
+    EXPECT_EQ(found.cards[1].function->slot.number, 1);
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
 TEST_F(X86Capture, IsReadIntoTheArea) {
-    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
+    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp", "pcie", "nic", "fc", "gpu"})
+        Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
     EXPECT_EQ(word, 2u);
@@ -122,7 +172,15 @@ TEST_F(X86Capture, IsReadIntoTheArea) {
     EXPECT_EQ(word, 10u);
     ASSERT_EQ(MW_GetCpuUsgInfoFromHostMon(&word), 0);
     EXPECT_EQ(word, 77u);
-    EXPECT_EQ(host_->lines().size(), 4u);  // partitions whose usage is not known
+    ASSERT_EQ(MW_GetPcieCount(&word), 0);
+    EXPECT_EQ(word, 64u);
+    std::vector<PcieAssetInfo> upper(MW_PCIE_UPPER_MAX);
+    ASSERT_EQ(MW_GetPcieAssetInfoForUpperInterface(upper.data(), &word), 0);
+    EXPECT_EQ(word, 2u);
+    GPUAssetInfo gpus;
+    ASSERT_EQ(MW_GetGPUAssetInfo(&gpus), 0);
+    EXPECT_EQ(gpus.dwGpuCount, 1u);
+    EXPECT_EQ(host_->lines().size(), 5u);  // partitions whose usage is not known, and PCIe functions left out
 }
 
 TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn) {

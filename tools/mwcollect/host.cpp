@@ -193,8 +193,8 @@ std::optional<std::string> Host::Text(const std::string &path, Refusal refusal) 
     return text;
 }
 
-std::optional<std::string> Host::File(const std::string &path, size_t max) const {
-    return Read(path, max, true, Refusal::kReported);
+std::optional<std::string> Host::File(const std::string &path, size_t max, Refusal refusal) const {
+    return Read(path, max, true, refusal);
 }
 
 std::vector<std::string> Host::List(const std::string &path) const {

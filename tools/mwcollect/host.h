@@ -74,7 +74,8 @@ class Host {
     std::optional<std::string> Text(const std::string &path, Refusal refusal = Refusal::kReported) const;
 
     // A whole file of /proc, /etc or a binary table, at most max bytes, as it is.
-    std::optional<std::string> File(const std::string &path, size_t max = 8u << 20) const;
+    std::optional<std::string> File(const std::string &path, size_t max = 8u << 20,
+                                    Refusal refusal = Refusal::kReported) const;
 
     // An attribute that is one number from lowest to highest.
     template <std::integral T>
