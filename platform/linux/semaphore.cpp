@@ -66,7 +66,8 @@ Life LifeOf(uint32_t pid) {
     struct stat status;
     const Fd fd = OpenRegular(path, O_RDONLY, &status);
     char text[256] = "";
-    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0) return Life::kAlive;
+    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0)
+        return errno == ENOENT || errno == ESRCH ? Life::kGone : Life::kAlive;  // it may go at any moment
     const char *name_end = strrchr(text, ')');
     char state = 0;
     unsigned flags = 0;
@@ -79,24 +80,28 @@ Life LifeOf(uint32_t pid) {
 }
 
 // The dead process that most likely was about to become the holder, or just was it no more; 0 when there is
-// none. One that is exiting this moment comes first. One that did not have to wait tried within the last few
-// turns; one that did may have tried long ago.
+// none. One that is exiting this moment comes first, then one that tried within the last few turns, one that
+// is still to be asked for by its parent, one that waited and may have tried long ago.
 uint32_t FindDeadUser(const Slot &slot) {
-    using Rank = std::tuple<bool, bool, bool, uint32_t>;
-    const uint32_t now = slot.turns.load(kRelaxed);
+    using Rank = std::tuple<bool, bool, bool, bool, uint32_t>;
     uint32_t found = 0;
     Rank best;
-    for (const Slot::User &user : slot.users) {
-        const uint32_t pid = user.pid.load(kRelaxed);
+    const auto consider = [&](uint32_t pid, bool waits, uint32_t ago) {
         const Life life = pid != 0 ? LifeOf(pid) : Life::kAlive;
-        if (life == Life::kAlive) continue;
-        const bool waits = user.waits.load(kRelaxed) != 0;
-        const uint32_t ago = now - user.turn.load(kRelaxed);
-        const Rank rank(life == Life::kExiting, !waits && ago <= 3, waits, UINT32_MAX - ago);
-        if (found != 0 && rank <= best) continue;
+        if (life == Life::kAlive) return;
+        constexpr uint32_t kFew = 3;
+        const Rank rank(life == Life::kExiting, !waits && ago <= kFew, life == Life::kZombie, waits,
+                        UINT32_MAX - ago);
+        if (found != 0 && rank <= best) return;
         found = pid;
         best = rank;
+    };
+    const uint32_t now = slot.turns.load(kRelaxed);
+    for (const Slot::User &user : slot.users) {
+        consider(user.pid.load(kRelaxed), user.waits.load(kRelaxed) != 0, now - user.turn.load(kRelaxed));
     }
+    consider(slot.pid.load(kRelaxed), false,
+             2);  // the last holder, whose place among the users another may have taken
     return found;
 }
 
@@ -122,6 +127,14 @@ void Recover(Slot &slot, uint32_t key) {
         uint32_t pid = user.pid.load(kRelaxed);
         if (pid != 0 && LifeOf(pid) != Life::kAlive) user.pid.compare_exchange_strong(pid, 0, kRelaxed);
     }
+    char name[32];
+    snprintf(name, sizeof name, key == OAL_CUSTOM_DISK_LOCK_KEY ? "of the custom disk file" : "%u", key);
+    if (lost != 0) {
+        Say("semaphore %s recovered from process %u, which ended while holding it", name, lost);
+    } else {
+        Say("semaphore %s recovered from a process that ended while holding it", name);
+    }
+
     const uint32_t turns = slot.turns.load(kRelaxed);
     if ((turns & 1) != 0) Turn(slot, turns);
 
@@ -133,14 +146,6 @@ void Recover(Slot &slot, uint32_t key) {
     slot.recovered_pid.store(lost, kRelaxed);
     Increment(slot.recovered);
     pthread_mutex_consistent(&slot.mutex);
-
-    char name[32];
-    snprintf(name, sizeof name, key == OAL_CUSTOM_DISK_LOCK_KEY ? "of the custom disk file" : "%u", key);
-    if (lost != 0) {
-        Say("semaphore %s recovered from process %u, which ended while holding it", name, lost);
-    } else {
-        Say("semaphore %s recovered from a process that ended while holding it", name);
-    }
     errno = error;
 }
 
