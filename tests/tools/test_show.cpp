@@ -167,7 +167,7 @@ TEST_F(Show, AHeldSemaphoreIsWaitedForOnceAndReportedWithItsHolder) {
                              " (midware_tools_t) for longer than 500 ms: try again, or end that process";
     const Outcome outcome = Mwctl({"show"});
     EXPECT_EQ(outcome.code, 1) << outcome;
-    EXPECT_EQ(outcome.err, "mwctl: " + line + "\n");
+    EXPECT_EQ(outcome.err, "mwctl: " + line + "\nmwctl: health." + line + "\n");
     EXPECT_EQ(Jq("status", ".areas[0].semaphore.timed_out"), "1\n");
     EXPECT_NE(outcome.out.find("  Totals (totals)\n    could not be read\n"), std::string::npos);
     EXPECT_EQ(Jq("show memory services", "[.memory.totals, .services.ntp.dwNtpInterval, .errors]"),
