@@ -158,6 +158,11 @@ TEST_F(X86Capture, HasTwoNetworkCardsWithThreePorts) {
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
+TEST_F(X86Capture, HasNoFans) {
+    EXPECT_EQ(Round(*New("fan"), *host_), 0u);
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
 TEST_F(X86Capture, IsReadIntoTheArea) {
     for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp", "pcie", "nic", "fc", "gpu"})
         Round(*New(name), *host_);
@@ -199,6 +204,11 @@ TEST_F(ArmCapture, HasTwoProcessorsWithNumbersOfTheirOwn) {
         EXPECT_EQ(package.l3, 32768u);
         EXPECT_EQ(package.frequency, 0u);
     }
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
+TEST_F(ArmCapture, HasNoFans) {
+    EXPECT_EQ(Round(*New("fan"), *host_), 0u);
     EXPECT_EQ(host_->lines(), Strings{});
 }
 

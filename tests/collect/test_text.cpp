@@ -85,5 +85,13 @@ TEST(Text, LinesAndWords) {
     EXPECT_EQ(Words("  a\tb  c "), (std::vector<std::string_view>{"a", "b", "c"}));
 }
 
+TEST(Text, TheTrailingNumberIsThatOfAName) {
+    EXPECT_EQ(TrailingNumber("CPU 12"), 12u);
+    EXPECT_EQ(TrailingNumber("Socket_0"), 0u);
+    EXPECT_EQ(TrailingNumber("7"), 7u);
+    for (const char *name : {"", "CPU", "CPU 1 A", "FAN 4294967296"})
+        EXPECT_EQ(TrailingNumber(name), std::nullopt) << name;
+}
+
 }  // namespace
 }  // namespace collect

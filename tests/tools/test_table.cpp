@@ -88,6 +88,15 @@ TEST(Table, ARecordIsRefusedWhenAFieldIsMissingOrOutOfOrder) {
     EXPECT_FALSE(FieldsCover(swapped, 5));
 }
 
+TEST(Table, BytesCanHoldARecord) {
+    const Field record = kFields[6].As<Inner>();
+    EXPECT_EQ(record.kind, Kind::kRecord);
+    EXPECT_EQ(record.layout, &kLayout<Inner>);
+    EXPECT_EQ(record.offset, kFields[6].offset);
+    EXPECT_EQ(record.size(), sizeof(Inner));
+    EXPECT_EQ(record.count, 0u);
+}
+
 TEST(Table, BytesCanBeNumbers) {
     const Field numbers = kFields[6].Numbers();
     EXPECT_EQ(numbers.kind, Kind::kUnsigned);

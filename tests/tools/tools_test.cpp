@@ -27,6 +27,17 @@ std::string ToolsTest::Jq(const std::string &arguments, const std::string &filte
     return outcome.err.empty() ? outcome.out : "jq: " + outcome.err;
 }
 
+void ToolsTest::ExpectShown(const std::string &module) {
+    for (const auto &[option, suffix] : {std::pair{"", ".txt"}, {"--json", ".json"}}) {
+        std::vector<std::string> arguments{"show", module};
+        if (*option != '\0') arguments.emplace_back(option);
+        const Outcome outcome = Mwctl(arguments);
+        EXPECT_TRUE(outcome.Succeeded()) << outcome;
+        EXPECT_EQ(outcome.err, "");
+        ExpectGolden(outcome.out, module + suffix);
+    }
+}
+
 void ToolsTest::CreateArea() {
     const Outcome outcome = Init();
     ASSERT_TRUE(outcome.Succeeded()) << outcome;

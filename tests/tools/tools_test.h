@@ -19,6 +19,9 @@ class ToolsTest : public ::testing::Test {
     // The program's standard output through jq, or why it is no JSON.
     std::string Jq(const std::string &arguments, const std::string &filter);
 
+    // Compares what is shown of a module, as text and as JSON, with MODULE.txt and MODULE.json in golden/.
+    void ExpectShown(const std::string &module);
+
     // An area that was created but holds nothing.
     void CreateArea();
     // Runs a body that uses the library in a process of its own.

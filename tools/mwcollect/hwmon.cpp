@@ -16,6 +16,7 @@ std::vector<HwmonChip> HwmonChips(const Host &host) {
     for (const NumberedEntry &entry : host.Numbered(kClass, "hwmon")) {
         const std::string own = kClass + "/" + entry.name;
         HwmonChip chip;
+        chip.number = entry.name;
         chip.device = host.LinkName(own + "/device").value_or("");
         // Old drivers keep their attributes with the device.
         for (const std::string &path : {own, own + "/device"}) {

@@ -11,6 +11,7 @@
 namespace collect {
 
 struct HwmonChip {
+    std::string number;  // "hwmon0": its entry in the class
     std::string path;    // directory of its attributes
     std::string name;    // the driver's name for it
     std::string device;  // name of the device behind it ("0-0018" on an I2C bus); "" where there is none

@@ -127,4 +127,9 @@ bool NaturalLess(std::string_view a, std::string_view b) {
     return a < b;  // 01 and 1: any fixed order
 }
 
+std::optional<uint32_t> TrailingNumber(std::string_view text) {
+    const size_t last = text.find_last_not_of("0123456789");
+    return ParseNumber<uint32_t>(text.substr(last == text.npos ? 0 : last + 1));
+}
+
 }  // namespace collect

@@ -23,8 +23,9 @@ void Finish(std::string_view text, int code = 0);
 void Fail(std::string_view text);
 
 // Calls the library for a change; when it answers -1, says why and what to do. `core` is the module whose
-// semaphore is taken, NULL for a call that needs no shared area.
-bool Change(const midware::Module *core, const std::function<int32_t()> &call);
+// semaphore is taken, NULL for a call that needs no shared area. `refusal` says it for a call that checks the
+// values it is given, where it is these that it refused.
+bool Change(const midware::Module *core, const std::function<int32_t()> &call, std::string_view refusal = {});
 
 void AddShow(CLI::App &app);
 void AddStatus(CLI::App &app);

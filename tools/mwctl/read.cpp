@@ -23,6 +23,16 @@ std::string WhyItFailed(const Listen &listen, const midware::Module *core, bool 
     return no_area ? "the configuration file cannot be read" : "the library answered -1";
 }
 
+namespace {
+
+// Whose semaphore the record is read under; NULL for a file.
+const midware::Module *CoreOf(const Module &module, const Record &record) {
+    if (record.no_area) return nullptr;
+    return record.core != nullptr ? record.core : module.core;
+}
+
+}  // namespace
+
 Reading Read(const Module &module, const Record &record) {
     // A list getter trusts the stored count but stays inside the area: that much room is always enough.
     static std::vector<uint64_t> room(MW_AREA_SIZE / sizeof(uint64_t));
@@ -31,9 +41,8 @@ Reading Read(const Module &module, const Record &record) {
     Reading reading{.record = &record};
     Listen listen(Listen::Log::kQuiet);
     if ((!record.no_area && !tools::AreaExists()) || record.read(room.data(), reading.count) < 0) {
-        reading.problem =
-            WhyItFailed(listen, record.core != nullptr ? record.core : module.core, record.no_area);
-        reading.stuck = listen.HeardLockFailure();
+        reading.problem = WhyItFailed(listen, CoreOf(module, record), record.no_area);
+        if (listen.HeardLockFailure()) reading.stuck = CoreOf(module, record);
         return reading;
     }
     const uint32_t shown = std::min(reading.count, std::max(record.capacity, 1u));
@@ -49,18 +58,26 @@ Reading Read(const Module &module, const Record &record) {
     return reading;
 }
 
-ModuleReading Read(const Module &module, std::string_view option) {
+ModuleReading Read(const Module &module, std::string_view option, const std::vector<ModuleReading> &before) {
     ModuleReading reading{.module = &module};
+    const auto waited_for = [&](const midware::Module *core) {
+        const Reading *found = nullptr;
+        const auto look = [&](const ModuleReading &other) {
+            for (const Reading &record : other.records) {
+                if (core != nullptr && record.stuck == core) found = &record;
+            }
+        };
+        std::for_each(before.begin(), before.end(), look);
+        look(reading);
+        return found;
+    };
     for (const Record &record : module.records) {
         if (record.option != option) continue;
-        // Waiting once for a semaphore that is not released is enough.
-        const auto stuck =
-            std::find_if(reading.records.begin(), reading.records.end(), [&](const Reading &other) {
-                return other.stuck && other.record->core == record.core && !record.no_area;
-            });
-        reading.records.push_back(stuck == reading.records.end()
-                                      ? Read(module, record)
-                                      : Reading{.record = &record, .problem = stuck->problem, .stuck = true});
+        const Reading *stuck = waited_for(CoreOf(module, record));
+        Reading next = stuck == nullptr
+                           ? Read(module, record)
+                           : Reading{.record = &record, .problem = stuck->problem, .stuck = stuck->stuck};
+        reading.records.push_back(std::move(next));
     }
     return reading;
 }

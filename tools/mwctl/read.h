@@ -18,11 +18,11 @@ struct Slot {
 // A record as it was read.
 struct Reading {
     const Record *record;
-    std::string problem{};           // why it could not be read; empty when it was
-    bool stuck = false;              // its semaphore was not had in time
-    std::vector<std::byte> bytes{};  // of all slots
-    std::vector<Slot> slots{};       // those in use
-    uint32_t count = 0;              // as stored, which may be more than there can be
+    std::string problem{};                   // why it could not be read; empty when it was
+    const midware::Module *stuck = nullptr;  // whose semaphore was not had in time
+    std::vector<std::byte> bytes{};          // of all slots
+    std::vector<Slot> slots{};               // those in use
+    uint32_t count = 0;                      // as stored, which may be more than there can be
 };
 
 struct ModuleReading {
@@ -31,8 +31,10 @@ struct ModuleReading {
 };
 
 Reading Read(const Module &module, const Record &record);
-// Those of its records that belong to an option of `mwctl show`, or to none.
-ModuleReading Read(const Module &module, std::string_view option = {});
+// Those of its records that belong to an option of `mwctl show`, or to none. A semaphore that was not had for
+// one of the modules before is not waited for again.
+ModuleReading Read(const Module &module, std::string_view option = {},
+                   const std::vector<ModuleReading> &before = {});
 
 // Why a call of the library answered -1, from what it said meanwhile, and what to do.
 class Listen;

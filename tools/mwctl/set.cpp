@@ -16,14 +16,15 @@ std::vector<void (*)(CLI::App &)> &Known() {
 
 Settings::Settings(void (*add)(CLI::App &set)) { Known().push_back(add); }
 
-bool Change(const midware::Module *core, const std::function<int32_t()> &call) {
+bool Change(const midware::Module *core, const std::function<int32_t()> &call, std::string_view refusal) {
     if (core != nullptr && !tools::AreaExists()) {
         Fail(tools::WhyNoArea());
         return false;
     }
     Listen listen(Listen::Log::kLoud);
     if (call() >= 0) return true;
-    Fail(WhyItFailed(listen, core, core == nullptr));
+    const bool refused = !refusal.empty() && !listen.HeardLockFailure();
+    Fail(refused ? std::string(refusal) : WhyItFailed(listen, core, core == nullptr));
     return false;
 }
 

@@ -61,7 +61,7 @@ std::vector<ModuleReading> ReadChosen() {
     for (const Module &module : Modules()) {
         const auto &chosen = options.modules;
         if (chosen.empty() || std::find(chosen.begin(), chosen.end(), module.name) != chosen.end()) {
-            if (HasRequested(module)) readings.push_back(Read(module, options.requested));
+            if (HasRequested(module)) readings.push_back(Read(module, options.requested, readings));
         }
     }
     return readings;

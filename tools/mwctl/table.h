@@ -142,6 +142,9 @@ struct Field {
     }
     // Bytes that hold a text.
     constexpr Field Text() const { return With(Kind::kText, {}); }
+    // Bytes that hold a record.
+    template <class T>
+    constexpr Field As() const;
     // Only as many elements are in use as the 32-bit word at this offset of the record says.
     constexpr Field CountedBy(size_t offset_of_word) const {
         Field field = *this;
@@ -257,6 +260,14 @@ constexpr Field Gap(uint32_t offset, uint32_t size) {
     };                                                                         \
     static_assert(detail::FieldsCover(Described<type>::kFields, sizeof(type)), \
                   "the fields of " #type " are not all there, in order")
+
+template <class T>
+constexpr Field Field::As() const {
+    Field field = *this;
+    detail::SetKind<T>(field);
+    field.count = 0;
+    return sizeof(T) == size() ? field : throw "the record has another size";
+}
 
 template <auto function>
 constexpr Field Field::Get() const {

@@ -133,12 +133,14 @@ int32_t ReadMargins(CpuTmargin *margins, uint32_t &count) {
 int32_t ReadEvents(SelEvent *events, uint32_t &count) {
     uint32_t processors = 0;
     int32_t result = CountProcessors(processors);
+    std::vector<std::string> labels = Labels();
+    labels.resize(std::max<size_t>(labels.size(), processors));
     count = 0;
     for (uint32_t index = 0; result >= 0 && index < processors; ++index) {
         const auto get = [&](uint32_t offset, uint8_t *data) {
             return MW_GetCpuAssertSelEventDataInfo(index, offset, data);
         };
-        result = AppendEvents(index, get, events, count);
+        result = AppendEvents(index, labels[index], get, events, count);
     }
     return result;
 }
@@ -157,7 +159,8 @@ constexpr Record kRecords[] = {
     Slots<CpuStatusInfo, CountProcessors>("regulators", "Power of the voltage regulators", MW_CPU_MAX)
         .Named<Labels>(),
     List<CpuAlarmInfo, MW_GetCpuAlarmInfo>("alarms", "Alarm states", MW_CPU_MAX).Named<Labels>(),
-    Custom<SelEvent, ReadEvents>("events", "Event data", kEventOffsets *MW_CPU_MAX),
+    Custom<SelEvent, ReadEvents>("events", "Event data", kEventOffsets *MW_CPU_MAX)
+        .Notes<NameEvent<CpuAlarmInfo>>(),
     Words<CpuStatusInfo>("usage", "Usage"),
     One<UsageThreshold, MW_GetCpuUsageThreInfo>("threshold", "Usage threshold").FromFile(),
 };

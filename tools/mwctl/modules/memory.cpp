@@ -139,7 +139,8 @@ int32_t ReadEvents(SelEvent *events, uint32_t &count) {
         const auto get = [&](uint32_t offset, uint8_t *data) {
             return MW_GetMemAssertSelEventDataInfo(slot.dwMemNum, offset, data);
         };
-        result = AppendEvents(slot.dwMemNum, get, events, count);
+        const std::string_view name = tools::ArrayText(slot.acSilkName, sizeof slot.acSilkName);
+        result = AppendEvents(slot.dwMemNum, name, get, events, count);
     }
     return result;
 }
@@ -151,7 +152,8 @@ constexpr Record kRecords[] = {
     List<MemAssetInfo, MW_GetMemAssetInfo>("assets", "DIMMs", MW_MEM_DIMM_MAX),
     List<MemTempInfo, MW_GetMemTempInfo>("temperatures", "Temperatures", MW_MEM_DIMM_MAX).Named<Labels>(),
     List<MemAlarmInfo, MW_GetMemAlarmInfo>("alarms", "Alarm states", MW_MEM_DIMM_MAX).Named<Labels>(),
-    Custom<SelEvent, ReadEvents>("events", "Event data", kEventOffsets *MW_MEM_DIMM_MAX),
+    Custom<SelEvent, ReadEvents>("events", "Event data", kEventOffsets *MW_MEM_DIMM_MAX)
+        .Notes<NameEvent<MemAlarmInfo>>(),
     Words<MemUsageBlock>("usage", "Usage"),
     One<UsageThreshold, MW_GetMemUsageThreInfo>("threshold", "Memory usage threshold").FromFile(),
     One<UsageThreshold, MW_GetHardDiskUsageThreInfo>("disk-threshold", "Disk usage threshold").FromFile(),

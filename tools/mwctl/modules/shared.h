@@ -35,6 +35,7 @@ inline constexpr Code kValidity[] = {{0, "not valid"}, {MW_VALID_FLAG, "valid"}}
 
 struct SelEvent {
     uint32_t dwInstance;
+    char acName[64];  // of the instance
     uint32_t dwEventOffset;
     uint8_t aucEventData[3];
     uint8_t aucPad[1];
@@ -43,6 +44,7 @@ struct SelEvent {
 // clang-format off
 MW_RECORD(SelEvent,
           MW_FIELD(dwInstance, "instance"),
+          MW_FIELD(acName, "name"),
           MW_FIELD(dwEventOffset, "event offset"),
           MW_FIELD(aucEventData, "event data").Event(),
           MW_FIELD(aucPad, ""));
@@ -50,10 +52,18 @@ MW_RECORD(SelEvent,
 
 inline constexpr uint32_t kEventOffsets = 16;
 
+// Copies a name into a field of a view, cut to fit.
+template <size_t size>
+void PutName(char (&field)[size], std::string_view name) {
+    std::memset(field, 0, size);
+    name.copy(field, size - 1);
+}
+
 // Appends the entries of one instance that hold anything: `get`(offset, data) reads the three bytes of an
 // offset, and fails where there is none. -1 when it failed because the semaphore was not had.
 template <class Get>
-int32_t AppendEvents(uint32_t instance, const Get &get, SelEvent *events, uint32_t &count) {
+int32_t AppendEvents(uint32_t instance, std::string_view name, const Get &get, SelEvent *events,
+                     uint32_t &count) {
     for (uint32_t offset = 0; offset < kEventOffsets; ++offset) {
         uint8_t data[3] = {static_cast<uint8_t>(offset), 0, 0};
         if (get(offset, data) < 0) {
@@ -61,9 +71,23 @@ int32_t AppendEvents(uint32_t instance, const Get &get, SelEvent *events, uint32
             continue;
         }
         if (data[0] == offset && data[1] == 0 && data[2] == 0) continue;
-        events[count++] = {instance, offset, {data[0], data[1], data[2]}, {}};
+        SelEvent &event = events[count++];
+        event = {instance, {}, offset, {data[0], data[1], data[2]}, {}};
+        PutName(event.acName, name);
     }
     return 0;
+}
+
+// What happened: the event offsets are in the order of the states of the alarm record, which begin behind its
+// first word.
+template <class Alarms>
+void NameEvent(const SelEvent &event, std::vector<Note> &notes) {
+    for (const Field &field : Described<Alarms>::kFields) {
+        if (field.offset != sizeof(uint32_t) + event.dwEventOffset) continue;
+        if (field.kind == Kind::kState || field.kind == Kind::kSwitch) {
+            notes.push_back({"event", "event", std::string(field.label)});
+        }
+    }
 }
 
 // A usage threshold of the configuration file.
