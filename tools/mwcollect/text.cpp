@@ -14,7 +14,9 @@ constexpr std::array kNothing = {
     "", "0", "-", "--", "N/A", "NA", "None", "Null", "Unknown", "Undefined", "Not Specified", "Not Provided",
     "Not Available", "Not Applicable", "Not Present", "No DIMM", "NO DIMM INSTALLED", "Empty", "Default string",
     "To be filled by O.E.M.", "To be filled by OEM", "Fill By OEM", "O.E.M.", "OEM", "System Serial Number",
-    "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>"};
+    "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>", "Not Settable",
+    "Default", "x.x", "Base Board Product Name", "Type2 - Board Product Name1", "Type2 - Board Version",
+    "Board Version", "Board Manufacturer"};
 // clang-format on
 
 char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
@@ -125,6 +127,11 @@ bool NaturalLess(std::string_view a, std::string_view b) {
     }
     if (i < a.size() || j < b.size()) return j < b.size();
     return a < b;  // 01 and 1: any fixed order
+}
+
+std::optional<uint32_t> TrailingNumber(std::string_view text) {
+    const size_t last = text.find_last_not_of("0123456789");
+    return ParseNumber<uint32_t>(text.substr(last == text.npos ? 0 : last + 1));
 }
 
 }  // namespace collect

@@ -50,6 +50,9 @@ std::optional<T> ParseNumber(std::string_view text, int base = 10) {
     return value;
 }
 
+// The number that a name ends with: "CPU 1", "P2", "Socket_0".
+std::optional<uint32_t> TrailingNumber(std::string_view text);
+
 // Copies a text into a record's field: cut to fit at a character's boundary, terminated, the rest zero.
 template <size_t Size>
 void Fill(char (&field)[Size], std::string_view text) {

@@ -168,12 +168,6 @@ void Identify(const Host &host, const CpuInfoBlock &block, CpuPackage &package) 
     }
 }
 
-// The number that a socket's name ends with: "CPU 1", "P2", "Socket_0".
-std::optional<uint32_t> TrailingNumber(std::string_view text) {
-    const size_t last = text.find_last_not_of("0123456789");
-    return ParseNumber<uint32_t>(text.substr(last == text.npos ? 0 : last + 1));
-}
-
 // SMBIOS knows sockets, not packages: they are told apart only where there are as many filled ones as
 // packages.
 void NameSockets(const Host &host, std::vector<CpuPackage> &packages) {
