@@ -2,14 +2,18 @@
 // MIDWARE_CAPTURES (or the place found when configuring) has them, and expect counts, sizes and normalised
 // fields only.
 #include <cstdlib>
+#include <functional>
 #include <utility>
 
 #include "area.h"
+#include "collectors/board.h"
 #include "collectors/cpu.h"
+#include "collectors/firmware.h"
 #include "collectors/memory.h"
 #include "collectors/nic.h"
 #include "collectors/partitions.h"
 #include "collectors/pcie.h"
+#include "collectors/pem.h"
 #include "collectors/usage.h"
 
 namespace collect {
@@ -226,6 +230,43 @@ TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice) {
     ASSERT_EQ(MW_GetCpuUsgInfoFromHostMon(&word), 0);
     EXPECT_EQ(word, 1u);
     EXPECT_EQ(host_->lines().size(), 7u);  // the memory's source, and six partitions whose usage is not known
+}
+
+// Names of board and BIOS, in the area as in the files; no sensor, no supply, and no os-release.
+void ExpectDmiIdentityOnly(HeardHost &host, const std::function<size_t(Collector &)> &round,
+                           const std::function<std::unique_ptr<Collector>(std::string_view)> &make) {
+    const DmiIdentity dmi = FindDmiIdentity(*host);
+    EXPECT_FALSE(dmi.board_name.empty());
+    EXPECT_FALSE(dmi.board_version.empty());
+    EXPECT_FALSE(dmi.bios_version.empty());
+    EXPECT_EQ(dmi.bios_date.size(), std::string_view("MM/DD/YYYY").size());
+    EXPECT_FALSE(FindRunningImage(*host).has_value());
+    EXPECT_TRUE(FindPowerSupplies(*host).empty());
+    EXPECT_TRUE(FindBoardReadings(*host).inlets.empty());
+    EXPECT_FALSE(FindBoardReadings(*host).pch.has_value());
+    EXPECT_EQ(round(*make("firmware")), 2u);
+    EXPECT_EQ(round(*make("board")), 0u);
+    EXPECT_EQ(round(*make("pem")), 0u);
+    char text[FW_STR_MAX_SIZE] = {};
+    ASSERT_EQ(MW_GetFirmwareBoardNameString(0, text, sizeof text), 0);
+    EXPECT_EQ(text, dmi.board_name);
+    ASSERT_EQ(MW_GetFirmwareVersionString(MW_FW_TYPE_BIOS, MW_FW_BIOS_MASTER_OUT, text, sizeof text), 0);
+    EXPECT_EQ(text, dmi.bios_version);
+    ASSERT_EQ(MW_GetBiosVerBuildTime(text, 2), 0);
+    EXPECT_EQ(text, dmi.bios_date);
+    // Neither board's version is of numbers alone.
+    EXPECT_EQ(MW_GetFirmwareVersionString(MW_FW_TYPE_FRU, 0, text, sizeof text), -1);
+    EXPECT_EQ(host.lines(), Strings{});
+}
+
+TEST_F(X86Capture, HasTheIdentityOfBoardAndBios) {
+    ExpectDmiIdentityOnly(
+        *host_, [this](Collector &one) { return Round(one, *host_); }, New);
+}
+
+TEST_F(ArmCapture, HasTheIdentityOfBoardAndBios) {
+    ExpectDmiIdentityOnly(
+        *host_, [this](Collector &one) { return Round(one, *host_); }, New);
 }
 
 }  // namespace

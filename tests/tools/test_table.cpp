@@ -97,6 +97,13 @@ TEST(Table, BytesCanHoldARecord) {
     EXPECT_EQ(record.count, 0u);
 }
 
+TEST(Table, TheValueThatStandsForNoneIsAsWideAsItsField) {
+    EXPECT_EQ(kFields[0].NoValue().absent, 0xFFu);
+    EXPECT_EQ(kFields[1].NoValue().absent, 0xFFFFFFFFu);
+    EXPECT_EQ(kFields[2].NoValue(static_cast<uint64_t>(-32768)).absent, 0x8000u);
+    EXPECT_FALSE(kFields[1].no_value);
+}
+
 TEST(Table, BytesCanBeNumbers) {
     const Field numbers = kFields[6].Numbers();
     EXPECT_EQ(numbers.kind, Kind::kUnsigned);

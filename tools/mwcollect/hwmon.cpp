@@ -31,9 +31,20 @@ std::vector<HwmonChip> HwmonChips(const Host &host) {
     return chips;
 }
 
+std::optional<int64_t> HwmonValue(const Host &host, const HwmonChip &chip, const std::string &attribute,
+                                  std::string_view what, int64_t lowest, int64_t highest) {
+    return host.Number<int64_t>(chip.path + "/" + attribute, what, lowest, highest, Refusal::kExpected);
+}
+
+std::optional<int32_t> HwmonMillidegrees(const Host &host, const HwmonChip &chip,
+                                         const std::string &attribute) {
+    const auto milli = HwmonValue(host, chip, attribute, "a temperature in millidegrees", kLowest, kHighest);
+    if (!milli) return std::nullopt;
+    return static_cast<int32_t>(*milli);
+}
+
 std::optional<int32_t> HwmonDegrees(const Host &host, const HwmonChip &chip, const std::string &attribute) {
-    const auto milli = host.Number<int32_t>(chip.path + "/" + attribute, "a temperature in millidegrees",
-                                            kLowest, kHighest, Refusal::kExpected);
+    const auto milli = HwmonMillidegrees(host, chip, attribute);
     if (!milli) return std::nullopt;
     return (*milli + (*milli < 0 ? -500 : 500)) / 1000;
 }

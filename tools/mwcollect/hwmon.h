@@ -24,6 +24,15 @@ std::vector<HwmonChip> HwmonChips(const Host &host);
 // chip has none or no plausible one.
 std::optional<int32_t> HwmonDegrees(const Host &host, const HwmonChip &chip, const std::string &attribute);
 
+// Any attribute as the kernel gives it (thousandths; power in millionths), what it is for a message; nothing
+// where the chip has none or one that is not from lowest to highest.
+std::optional<int64_t> HwmonValue(const Host &host, const HwmonChip &chip, const std::string &attribute,
+                                  std::string_view what, int64_t lowest, int64_t highest);
+
+// A temperature attribute in thousandths of a degree.
+std::optional<int32_t> HwmonMillidegrees(const Host &host, const HwmonChip &chip,
+                                         const std::string &attribute);
+
 // The label of a channel ("temp1" -> temp1_label); "" where it has none.
 std::string HwmonLabel(const Host &host, const HwmonChip &chip, const std::string &channel);
 

@@ -14,7 +14,9 @@ constexpr std::array kNothing = {
     "", "0", "-", "--", "N/A", "NA", "None", "Null", "Unknown", "Undefined", "Not Specified", "Not Provided",
     "Not Available", "Not Applicable", "Not Present", "No DIMM", "NO DIMM INSTALLED", "Empty", "Default string",
     "To be filled by O.E.M.", "To be filled by OEM", "Fill By OEM", "O.E.M.", "OEM", "System Serial Number",
-    "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>"};
+    "System Product Name", "System manufacturer", "System Version", "Invalid", "<BAD INDEX>", "Not Settable",
+    "Default", "x.x", "Base Board Product Name", "Type2 - Board Product Name1", "Type2 - Board Version",
+    "Board Version", "Board Manufacturer"};
 // clang-format on
 
 char Lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }

@@ -10,6 +10,7 @@
 //               MW_FIELD(iTemp, "temperature").Unit("C"),
 //               MW_FIELD(dwMode, "mode").Codes(kModes),        // constexpr Code kModes[] = {{0, "off"}, ...};
 //               MW_FIELD(ucFailState, "failed").State(),       // all states become one line: "asserted"
+//               MW_FIELD(dwVolt, "voltage").Decimals(3).Unit("V").NoValue(),  // mV; all ones where there is none
 //               MW_FIELD(aucReserved, ""));                    // by its name: shown only when not zero
 //
 // the area from the module's own header, where a value that an exported function reads alone says so:
@@ -84,7 +85,12 @@ struct Field {
     bool hex = false;         // a number that is shown in hexadecimal
     bool reserved = false;    // shown only when it is not zero
     bool quiet_zero = false;  // a zero says nothing: not shown to people
-    bool no_value = false;    // all ones stand for no value
+    bool no_value = false;    // `absent` stands for no value
+    bool quiet_none = false;  // no value: not shown to people
+    bool inlined = false;     // of a nested record: shown to people among the lines around it
+    uint8_t decimals = 0;     // of a number that people are shown divided by this power of ten
+    uint64_t absent = 0;      // as the bytes of the field
+    uint32_t first_number = 1;  // what people are told that the first nested record of an array is called
     int32_t counted_by = -1;  // offset in the record of the word that counts the elements in use
     std::string_view unit{};
     std::span<const Code> codes{};
@@ -127,9 +133,35 @@ struct Field {
         field.quiet_zero = true;
         return field;
     }
-    constexpr Field NoValue() const {
+    // This value, all ones where none is given, stands for no value.
+    constexpr Field NoValue(uint64_t value = ~uint64_t{0}) const {
         Field field = *this;
         field.no_value = true;
+        field.absent = value & ~uint64_t{0} >> (64 - 8 * width);
+        return field;
+    }
+    // The same, and people are not shown that there is none.
+    constexpr Field QuietNone(uint64_t value = ~uint64_t{0}) const {
+        Field field = NoValue(value);
+        field.quiet_none = true;
+        return field;
+    }
+    // Nested records that are counted from this number, and not from 1.
+    constexpr Field From(uint32_t number) const {
+        Field field = *this;
+        field.first_number = number;
+        return field;
+    }
+    // The number counts units of which ten to this power make the unit that people are shown.
+    constexpr Field Decimals(uint8_t digits) const {
+        Field field = *this;
+        field.decimals = digits;
+        return field;
+    }
+    // The lines of a nested record are shown to people among those around it, their labels after the field's.
+    constexpr Field Inline() const {
+        Field field = *this;
+        field.inlined = true;
         return field;
     }
     // Bytes that are numbers, one each.

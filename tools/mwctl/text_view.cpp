@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 
 #include "text.h"
@@ -32,12 +33,22 @@ struct Block {
     std::vector<Nested> nested;
 };
 
+// A whole number divided by ten to this power: -1234 and 3 make "-1.234".
+std::string Scaled(int64_t value, uint8_t decimals) {
+    if (decimals == 0) return fmt::format("{}", value);
+    std::string digits = fmt::format("{:0{}}", value < 0 ? -value : value, decimals + 1);
+    digits.insert(digits.size() - decimals, ".");
+    return (value < 0 ? "-" : "") + digits;
+}
+
 std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
     const uint64_t value = UnsignedAt(field, bytes, index);
     if (field.quiet_zero && value == 0 && field.kind != Kind::kFloat) return {};
-    if (HasNoValue(field, bytes, index)) return "no value";
+    if (HasNoValue(field, bytes, index)) return field.quiet_none ? "" : "no value";
     const auto number = [&] {
-        return field.hex ? fmt::format("0x{:0{}x}", value, 2 * field.width) : fmt::format("{}", value);
+        if (field.hex) return fmt::format("0x{:0{}x}", value, 2 * field.width);
+        return field.decimals == 0 ? fmt::format("{}", value)
+                                   : Scaled(static_cast<int64_t>(value), field.decimals);
     };
     std::string text;
     switch (field.kind) {
@@ -45,7 +56,7 @@ std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
             text = number();
             break;
         case Kind::kSigned:
-            text = fmt::format("{}", SignedAt(field, bytes, index));
+            text = Scaled(SignedAt(field, bytes, index), field.decimals);
             break;
         case Kind::kFloat:
             text = fmt::format("{:.6g}", FloatAt(field, bytes, index));
@@ -92,17 +103,23 @@ void AddArray(const Field &field, const std::byte *bytes, Block &block) {
     const uint32_t used = ElementsInUse(field, bytes);
     const bool numbered =
         field.kind == Kind::kText || field.kind == Kind::kBytes || field.kind == Kind::kEvent;
+    const bool quiet = field.quiet_zero && IsZero(field, bytes);
+    Field element = field;
+    element.quiet_zero = numbered && field.quiet_zero;  // in a row each number keeps its place
+    element.quiet_none = false;
     std::vector<std::string> elements;
+    uint32_t last = 0;  // the elements up to the last one that has a value
     for (uint32_t i = 0; i < used; ++i) {
-        std::string shown = Shown(field, bytes, i);
+        if (!HasNoValue(field, bytes, i)) last = i + 1;
+        std::string shown = Shown(element, bytes, i);
         if (numbered) {
             block.lines.push_back({fmt::format("{} {}", field.label, i + 1), std::move(shown)});
         } else {
             elements.push_back(std::move(shown));
         }
     }
-    const bool quiet = field.quiet_zero && IsZero(field, bytes);
     if (!numbered) {
+        if (field.quiet_none) elements.resize(last);
         block.lines.push_back({std::string(field.label),
                                quiet ? "" : fmt::format("{}", fmt::join(elements, " ")), Line::Form::kWords});
     }
@@ -127,14 +144,22 @@ Block BlockOf(const Layout &layout, const std::byte *bytes, Chosen chosen) {
     bool states_shown = false;
     for (const Field &field : layout.fields) {
         if (!IsShown(field, bytes, chosen)) continue;
-        if (field.kind == Kind::kRecord) {
+        if (field.kind == Kind::kRecord && field.inlined && field.count == 0) {
+            Block inner = BlockOf(*field.layout, ElementAt(field, bytes, 0), Chosen::kAll);
+            for (Line &line : inner.lines) {
+                line.label = line.label.empty() ? std::string(field.label)
+                                                : fmt::format("{} {}", field.label, line.label);
+                block.lines.push_back(std::move(line));
+            }
+            std::move(inner.nested.begin(), inner.nested.end(), std::back_inserter(block.nested));
+        } else if (field.kind == Kind::kRecord) {
             Block::Nested nested{
                 std::string(field.label), field.count == 0 ? "" : std::string(field.label), {}, {}};
             const uint32_t used = field.count == 0 ? 1 : ElementsInUse(field, bytes);
             for (uint32_t i = 0; i < used; ++i) {
                 const std::byte *element = ElementAt(field, bytes, i);
                 if (field.count != 0 && field.counted_by < 0 && IsZero(element, field.width)) continue;
-                nested.numbers.push_back(i + 1);
+                nested.numbers.push_back(field.first_number + i);
                 nested.blocks.push_back(BlockOf(*field.layout, element, Chosen::kAll));
             }
             if (!nested.blocks.empty()) block.nested.push_back(std::move(nested));

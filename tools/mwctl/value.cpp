@@ -60,7 +60,7 @@ bool IsZero(const std::byte *bytes, size_t size) {
 bool IsZero(const Field &field, const std::byte *bytes) { return IsZero(bytes + field.offset, field.size()); }
 
 bool HasNoValue(const Field &field, const std::byte *bytes, uint32_t index) {
-    return field.no_value && UnsignedAt(field, bytes, index) == ~uint64_t{0} >> (64 - 8 * field.width);
+    return field.no_value && UnsignedAt(field, bytes, index) == field.absent;
 }
 
 bool IsShown(const Field &field, const std::byte *bytes, Chosen chosen) {

@@ -21,7 +21,7 @@ std::string HexAt(const Field &field, const std::byte *bytes, uint32_t index, co
 bool IsZero(const std::byte *bytes, size_t size);
 bool IsZero(const Field &field, const std::byte *bytes);
 
-// True for all ones in a field where they mean no value.
+// True for the value that means no value, in a field that has such a one.
 bool HasNoValue(const Field &field, const std::byte *bytes, uint32_t index = 0);
 
 // Whether a view shows the field: not the reserved bytes that are zero, not what was not read.
