@@ -162,17 +162,6 @@ void StoreFirmware() {
 class ShowPlatform : public ToolsTest {
   protected:
     void SetUp() override { CreateArea(); }
-
-    void ExpectShown(const std::string &module) {
-        for (const char *option : {"", "--json"}) {
-            std::vector<std::string> arguments{"show", module};
-            if (*option != '\0') arguments.emplace_back(option);
-            const Outcome outcome = Mwctl(arguments);
-            EXPECT_TRUE(outcome.Succeeded()) << outcome;
-            EXPECT_EQ(outcome.err, "");
-            ExpectGolden(outcome.out, module + (*option != '\0' ? ".json" : ".txt"));
-        }
-    }
     std::string Text(const std::string &module) { return Mwctl({"show", module}).out; }
 };
 

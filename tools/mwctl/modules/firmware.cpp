@@ -272,6 +272,15 @@ int32_t ReadVersions(SelectedVersion *versions, uint32_t &count) {
     return 0;
 }
 
+// The text comes last: it may be long.
+void AddCells(const SelectedVersion &version, std::vector<Note> &cells) {
+    cells.push_back({"", "firmware", version.acName});
+    cells.push_back({"", "type", std::to_string(version.wVerType)});
+    cells.push_back({"", "ext", std::to_string(version.wVerExt)});
+    cells.push_back({"", "state", version.acState});
+    cells.push_back({"", "version", version.acVersion});
+}
+
 int32_t ReadNumbers(SelectedNumber *numbers, uint32_t &count) {
     static Blocks blocks;
     count = 0;
@@ -352,7 +361,8 @@ bool IsStored(const psu_version &version) {
 constexpr uint32_t kSelectors = 12 + 2 * kCards + MW_FW_PSU_MAX;
 
 constexpr Record kRecords[] = {
-    Custom<SelectedVersion, ReadVersions>("versions", "Versions as readers are given them", kSelectors),
+    Custom<SelectedVersion, ReadVersions>("versions", "Versions as readers are given them", kSelectors)
+        .Row<AddCells>(),
     Custom<SelectedNumber, ReadNumbers>("numbers", "Version numbers as readers are given them", kSelectors),
     Custom<SelectedBuild, ReadBuilds>("builds", "Build dates as readers are given them", 4),
     Custom<SelectedName, ReadNames>("names", "Board names as readers are given them", MW_FW_CARD_MAX),
