@@ -11,7 +11,8 @@ namespace {
 
 constexpr int kLocks = static_cast<int>(Lock::kCount);
 
-pthread_mutex_t g_locks[kLocks] = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER};
+pthread_mutex_t g_locks[] = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER};
+static_assert(sizeof g_locks / sizeof *g_locks == kLocks);
 pthread_once_t g_once = PTHREAD_ONCE_INIT;
 
 void BeforeFork() {

@@ -10,7 +10,7 @@
 namespace platform {
 
 // In the order in which they may be taken.
-enum class Lock { kIni, kMaps, kCount };
+enum class Lock { kIni, kMaps, kJournal, kCount };
 
 class Locked {
   public:

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "files.h"
+#include "forks.h"
 #include "oal.h"
 #include "text.h"
 
@@ -23,15 +24,20 @@ constexpr off_t kFull = kCap - 16 * off_t{kLineSize};
 
 constexpr int kRotationTries = 50;  // a millisecond each
 
+using Milliseconds = std::chrono::sys_time<std::chrono::milliseconds>;
+
+Milliseconds Now() {
+    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+}
+
 void PutNumber(char *&at, int digits, unsigned number) {
     for (int i = digits - 1; i >= 0; --i, number /= 10) at[i] = static_cast<char>('0' + number % 10);
     at += digits;
 }
 
 // ISO 8601 in UTC with milliseconds. By the calendar of the C++ library, which needs no lock.
-size_t Stamp(char (&line)[kLineSize]) {
+size_t Stamp(char (&line)[kLineSize], Milliseconds now) {
     using namespace std::chrono;
-    const auto now = floor<milliseconds>(system_clock::now());
     const auto day = floor<days>(now);
     const year_month_day date(day);
     const hh_mm_ss time(now - day);
@@ -77,19 +83,25 @@ Fd OpenLog(const char *path, struct stat *status) {
     return Fd();
 }
 
+bool IsSame(const struct stat &a, const struct stat &b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 // Moves the full log away unless another process just did. The lock is the file's own and is not waited for
 // long.
-bool Rotate(const char *path, int fd) {
-    for (int tries = 0; flock(fd, LOCK_EX | LOCK_NB) != 0; ++tries) {
+bool Rotate(const char *path, const struct stat &full) {
+    struct stat here;
+    const Fd fd = OpenRegular(path, O_WRONLY, &here);
+    if (!fd) return errno == ENOENT;
+    if (!IsSame(here, full)) return true;
+    for (int tries = 0; flock(fd.get(), LOCK_EX | LOCK_NB) != 0; ++tries) {
         if ((errno != EWOULDBLOCK && errno != EINTR) || tries == kRotationTries) return false;
         constexpr timespec kPause = {0, 1000000};
         nanosleep(&kPause, nullptr);
     }
-    struct stat here;
     struct stat there;
-    if (fstat(fd, &here) != 0) return false;
     if (lstat(path, &there) != 0) return errno == ENOENT;
-    if (here.st_ino != there.st_ino || here.st_dev != there.st_dev) return true;
+    if (!IsSame(here, there)) return true;
     Path old;
     const int length = snprintf(old, sizeof old, "%s.1", path);
     if (length < 0 || static_cast<size_t>(length) >= sizeof old) {
@@ -99,23 +111,73 @@ bool Rotate(const char *path, int fd) {
     return rename(path, old) == 0;
 }
 
-bool Append(const char *path, const char *line, size_t length) {
+// The log that was written to last stays open, since a file is opened for longer than a line is written. A
+// program may close descriptors that it does not know, and anybody may move the file: what the descriptor is
+// gets looked at before every line, what the path is once in every millisecond that has a line. Until the
+// next look a line may get into the predecessor.
+class KeptLog {
+  public:
+    // The log, open, and its status. Negative with errno set when it cannot be had.
+    int Get(const char *path, Milliseconds now, struct stat *status) {
+        if (fd_ > 0 && !IsStillHere(path, now, status)) Close();
+        if (fd_ > 0) return fd_;
+        const Fd opened = OpenLog(path, &status_);
+        if (!opened) return -1;
+        // Never one of the standard files, even when the program has closed those.
+        const int fd = fcntl(opened.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        if (fd < 0) return -1;
+        fd_ = fd;
+        memcpy(path_, path, strlen(path) + 1);
+        looked_ = now;
+        *status = status_;
+        return fd_;
+    }
+
+    void Close() {
+        struct stat status;
+        if (fd_ > 0 && fstat(fd_, &status) == 0 && IsSame(status, status_)) close(fd_);
+        fd_ = 0;
+    }
+
+  private:
+    bool IsStillHere(const char *path, Milliseconds now, struct stat *status) {
+        if (strcmp(path, path_) != 0 || fstat(fd_, status) != 0 || !IsSame(*status, status_)) return false;
+        if (status->st_nlink != 1) return false;
+        if (now == looked_) return true;
+        struct stat there;
+        if (lstat(path, &there) != 0 || !IsSame(there, status_)) return false;
+        looked_ = now;
+        return true;
+    }
+
+    int fd_ = 0;  // 0: none
+    Path path_ = {};
+    struct stat status_ = {};
+    Milliseconds looked_;
+};
+
+constinit KeptLog g_log;  // belongs to Lock::kJournal
+
+bool Append(const char *path, const char *line, size_t length, Milliseconds now) {
+    const Locked locked(Lock::kJournal);
     for (int tries = 0; tries < 8; ++tries) {
         struct stat status;
-        const Fd fd = OpenLog(path, &status);
-        if (!fd) return false;
+        const int fd = g_log.Get(path, now, &status);
+        if (fd < 0) return false;
         if (status.st_size + static_cast<off_t>(length) > kFull) {
-            if (!Rotate(path, fd.get())) return false;
+            if (!Rotate(path, status)) return false;
+            g_log.Close();
             continue;
         }
-        const ssize_t done = write(fd.get(), line, length);
+        const ssize_t done = write(fd, line, length);
         if (done < 0 && errno == EINTR) continue;
         if (done != static_cast<ssize_t>(length)) {
             if (done >= 0) errno = ENOSPC;
             return false;
         }
-        // A process that slept since it opened the file may have written to one that is gone.
-        if (fstat(fd.get(), &status) != 0 || status.st_nlink > 0) return true;
+        // A process that slept meanwhile may have written to a file that is gone; nobody fills one
+        // in a millisecond.
+        if (Now() == now || fstat(fd, &status) != 0 || status.st_nlink > 0) return true;
     }
     errno = EAGAIN;
     return false;
@@ -133,10 +195,11 @@ int32_t OAL_Log2File(const char *path, uint32_t, const char *format, ...) {
         return -1;
     }
     char line[kLineSize];
-    const size_t stamp = Stamp(line);
+    const Milliseconds now = Now();
+    const size_t stamp = Stamp(line, now);
     va_list args;
     va_start(args, format);
     const size_t length = FormatLine(line, stamp, format, args);
     va_end(args);
-    return length > 0 && Append(place, line, length) ? 0 : -1;
+    return length > 0 && Append(place, line, length, now) ? 0 : -1;
 }

@@ -55,11 +55,14 @@ bool Place(const char *path, Path &out) {
         errno = EINVAL;
         return false;
     }
-    const int length = snprintf(out, sizeof out, "%s%s", root, path);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof out) {
+    const size_t root_length = strlen(root);
+    const size_t length = strlen(path);
+    if (root_length + length >= sizeof out) {
         errno = ENAMETOOLONG;
         return false;
     }
+    memcpy(out, root, root_length);
+    memcpy(out + root_length, path, length + 1);
     return true;
 }
 

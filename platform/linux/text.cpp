@@ -1,9 +1,11 @@
 #include "text.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 namespace platform {
 namespace {
@@ -29,12 +31,23 @@ size_t PrintableLength(const unsigned char *text) {
     return length;
 }
 
+// Flags, widths, precisions and lengths.
+bool BelongsToConversion(char c) {
+    static constexpr auto kKnown = [] {
+        std::array<bool, 256> known{};
+        for (const unsigned char one : std::string_view("0123456789$-+ #'I*.hlLqjzt")) known[one] = true;
+        return known;
+    }();
+    return kKnown[static_cast<unsigned char>(c)];
+}
+
 }  // namespace
 
 bool FormatIsHarmless(const char *format) {
     for (const char *at = strchr(format, '%'); at != nullptr; at = strchr(at, '%')) {
-        ++at;
-        at += strspn(at, "0123456789$-+ #'I*.hlLqjzt");
+        do {
+            ++at;
+        } while (BelongsToConversion(*at));
         if (*at == 'n') return false;
         if (*at != '\0') ++at;
     }

@@ -8,6 +8,7 @@
 #include "area.h"
 #include "collectors/board.h"
 #include "collectors/cpu.h"
+#include "collectors/disks.h"
 #include "collectors/firmware.h"
 #include "collectors/memory.h"
 #include "collectors/nic.h"
@@ -167,8 +168,37 @@ TEST_F(X86Capture, HasNoFans) {
     EXPECT_EQ(host_->lines(), Strings{});
 }
 
+TEST_F(X86Capture, HasASataAndAnNvmeDiskOnTheirControllers) {
+    const HostDisks found = FindDisks(host(), ReadPciFunctions(host()), FindCpus(host()).packages);
+    ASSERT_EQ(found.controllers.size(), 2u);
+    ASSERT_EQ(found.disks.size(), 2u);
+    for (const HostDisk &disk : found.disks) {
+        EXPECT_EQ(disk.sector_size, 512);
+        EXPECT_EQ(disk.rotation, 1u);
+        EXPECT_EQ(disk.media, MW_HD_MEDIA_SOLID_STATE);
+        EXPECT_EQ(disk.link_rate, 0);  // the capture has none
+    }
+    const HostDisk &nvme = found.disks[0];
+    EXPECT_EQ(nvme.interface, MW_PCH_IF_PCIE);
+    EXPECT_EQ(nvme.controller, found.controllers[0].function.address);
+    EXPECT_EQ(nvme.capacity_mb, 381554u);
+    const HostDisk &sata = found.disks[1];
+    EXPECT_EQ(sata.interface, MW_PCH_IF_SATA);
+    EXPECT_EQ(sata.controller, found.controllers[1].function.address);
+    EXPECT_EQ(sata.port, 4);
+    EXPECT_EQ(sata.capacity_mb, 238475u);
+    EXPECT_EQ(sata.vendor, "ATA");
+    EXPECT_EQ(sata.firmware.size(), 4u);
+    EXPECT_GT(sata.model.size(), 16u) << "what the SCSI layer shows";
+    EXPECT_FALSE(sata.model.ends_with(' '));
+    EXPECT_EQ(sata.serial.size(), 12u);
+    EXPECT_NE(sata.wwn[0], 0);
+    EXPECT_EQ(host_->lines(), Strings{});
+}
+
 TEST_F(X86Capture, IsReadIntoTheArea) {
-    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp", "pcie", "nic", "fc", "gpu"})
+    for (const char *name :
+         {"cpu", "memory", "usage", "partitions", "ntp", "pcie", "nic", "fc", "gpu", "disks"})
         Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
@@ -189,6 +219,10 @@ TEST_F(X86Capture, IsReadIntoTheArea) {
     GPUAssetInfo gpus;
     ASSERT_EQ(MW_GetGPUAssetInfo(&gpus), 0);
     EXPECT_EQ(gpus.dwGpuCount, 1u);
+    ASSERT_EQ(MW_GetPCHDiskCount(&word), 0);
+    EXPECT_EQ(word, 2u);
+    ASSERT_EQ(MW_GetPCHCtrlCount(&word), 0);
+    EXPECT_EQ(word, 2u);
     EXPECT_EQ(host_->lines().size(), 5u);  // partitions whose usage is not known, and PCIe functions left out
 }
 
@@ -217,7 +251,8 @@ TEST_F(ArmCapture, HasNoFans) {
 }
 
 TEST_F(ArmCapture, IsReadIntoTheAreaWithItsMemoryAsOneDevice) {
-    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp"}) Round(*New(name), *host_);
+    for (const char *name : {"cpu", "memory", "usage", "partitions", "ntp", "disks"})
+        Round(*New(name), *host_);
     uint32_t word = 0;
     ASSERT_EQ(MW_GetCpuCount(&word), 0);
     EXPECT_EQ(word, 2u);

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/wait.h>
 
 #include <ctime>
 #include <map>
@@ -114,6 +115,104 @@ TEST_F(Journal, SeveralProcessesLoseAndTearNothing) {
     }
 }
 
+// A log that was moved is looked for in its place again after a millisecond at most.
+void WaitForALook() { std::this_thread::sleep_for(std::chrono::milliseconds(3)); }
+
+TEST_F(Journal, ALogThatWasMovedAwayIsBegunAgain) {
+    In([this] {
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "first\n"), 0);
+        ASSERT_EQ(rename(Log().c_str(), Place("/data/log/moved").c_str()), 0);
+        WaitForALook();
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "second\n"), 0);
+        WriteFile(Place("/data/log/put"), "");
+        ASSERT_EQ(rename(Place("/data/log/put").c_str(), Log().c_str()), 0);
+        WaitForALook();
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "third\n"), 0);
+    });
+    EXPECT_EQ(Texts(), std::vector<std::string>{"third"});
+    EXPECT_EQ(LinesOf(ReadFile(Place("/data/log/moved"))).size(), 1u);
+}
+
+TEST_F(Journal, ALogThatWasRemovedIsBegunAgainAtOnce) {
+    In([this] {
+        for (int i = 0; i < 50; ++i) {
+            ASSERT_EQ(OAL_Log2File(kLog, 1, "%d\n", i), 0);
+            ASSERT_EQ(unlink(Log().c_str()), 0);
+            ASSERT_EQ(OAL_Log2File(kLog, 1, "%d again\n", i), 0);
+            ASSERT_EQ(LinesOf(ReadFile(Log())).size(), 1u);
+        }
+    });
+}
+
+TEST_F(Journal, AnotherLogHasItsOwnLines) {
+    In([this] {
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(OAL_Log2File(kLog, 1, "one\n"), 0);
+            EXPECT_EQ(OAL_Log2File("/data/log/other.log", 1, "other\n"), 0);
+        }
+        EXPECT_EQ(LinesOf(ReadFile(Place("/data/log/other.log"))).size(), 3u);
+    });
+    EXPECT_EQ(Texts(), (std::vector<std::string>{"one", "one", "one"}));
+}
+
+// Programs close descriptors that they do not know, and the numbers are used again.
+TEST_F(Journal, ADescriptorThatIsSomebodyElsesNowIsLeftAlone) {
+    In([this] {
+        ASSERT_EQ(OAL_Log2File(kLog, 1, "first\n"), 0);
+        const std::string mine = Place("/mine");
+        int last = -1;
+        for (int fd = STDERR_FILENO + 1; fd < 64; ++fd) {
+            struct stat status;
+            struct stat log;
+            ASSERT_EQ(stat(Log().c_str(), &log), 0);
+            if (fstat(fd, &status) == 0 && status.st_ino == log.st_ino) close(fd), last = fd;
+        }
+        ASSERT_GT(last, STDERR_FILENO);
+        const int file = open(mine.c_str(), O_RDWR | O_CREAT, 0600);
+        ASSERT_EQ(dup2(file, last), last);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "second\n"), 0);
+        EXPECT_EQ(SizeOf(mine), 0);
+        EXPECT_EQ(write(last, "x", 1), 1) << "it was closed";
+    });
+    EXPECT_EQ(Texts(), (std::vector<std::string>{"first", "second"}));
+}
+
+TEST_F(Journal, IsNeverAStandardFile) {
+    In([] {
+        const int out = dup(STDOUT_FILENO);
+        ASSERT_EQ(close(STDOUT_FILENO), 0);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "first\n"), 0);
+        EXPECT_LT(write(STDOUT_FILENO, "x", 1), 0);
+        ASSERT_EQ(dup2(out, STDOUT_FILENO), STDOUT_FILENO);
+    });
+    EXPECT_EQ(Texts(), std::vector<std::string>{"first"});
+}
+
+TEST_F(Journal, AForkedProcessAndItsParentMoveItAwayForEachOther) {
+    In([] {
+        ASSERT_EQ(OAL_Log2File(kLog, 1, "%s\n", std::string(1000, 'x').c_str()), 0);
+        for (const char who : {'a', 'b'}) {
+            const pid_t child = fork();
+            if (child == 0) {
+                bool good = true;
+                for (int i = 0; i < 700; ++i)
+                    good &= OAL_Log2File(kLog, 1, "%s\n", std::string(1000, who).c_str()) == 0;
+                _exit(good ? 0 : 1);
+            }
+            for (int i = 0; i < 700; ++i)
+                ASSERT_EQ(OAL_Log2File(kLog, 1, "%s\n", std::string(1000, 'x').c_str()), 0);
+            int status = -1;
+            ASSERT_EQ(waitpid(child, &status, 0), child);
+            ASSERT_EQ(status, 0);
+        }
+    });
+    EXPECT_LE(SizeOf(Log()), kCap);
+    EXPECT_LE(SizeOf(OldLog()), kCap);
+    const auto texts = Texts();
+    EXPECT_GT(texts.size(), 1000u);
+    for (const auto &text : texts) ASSERT_EQ(text.size(), 1000u);
+}
+
 TEST_F(Journal, ThreadsCanUseItAtOnce) {
     In([] {
         std::vector<std::thread> threads;
@@ -187,6 +286,7 @@ TEST_F(Journal, AFullFileSystemIsAnError) {
         EXPECT_EQ(errno, ENOSPC);
         EXPECT_GT(written, 10);
         EXPECT_LT(written, 70);
+        closefrom(STDERR_FILENO + 1);  // an open log keeps its file system from becoming read-only
         ASSERT_TRUE(RemountReadOnly(root_.path()));
         EXPECT_LT(OAL_Log2File(kLog, 1, "line\n"), 0);
         EXPECT_EQ(errno, EROFS);

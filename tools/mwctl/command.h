@@ -30,6 +30,7 @@ bool Change(const midware::Module *core, const std::function<int32_t()> &call, s
 void AddShow(CLI::App &app);
 void AddStatus(CLI::App &app);
 void AddSet(CLI::App &app);
+void AddDiskSlot(CLI::App &app);
 
 // Adds subcommands of `mwctl set`: a source file in settings/ has one at namespace scope.
 struct Settings {

@@ -30,6 +30,7 @@ int main(int argc, char **argv) {
     mwctl::AddStatus(app);
     mwctl::AddShow(app);
     mwctl::AddSet(app);
+    mwctl::AddDiskSlot(app);
 
     try {
         app.parse(argc, argv);
