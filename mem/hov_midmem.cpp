@@ -9,7 +9,6 @@
 #include "hov_health.h"
 #include "hov_sel.h"
 #include "hov_usage.h"
-#include "oal.h"
 
 using namespace midware;
 
@@ -482,17 +481,11 @@ int32_t MW_GetHardDiskUsgInfoFromHostMon(HardDiskUsageInfo *ptUsageInfo) {
 
 // Does not attach: a process that never did has no area to clear.
 int32_t MW_ClearHardDiskUsageInfoFromHostMon(void) {
-    if (OAL_SemLockByKey(kMem.key, kLockTimeoutMs) < 0) {
-        LogLockFailure(kMem, kMem.lock_text, Here());
-        return kFail;
-    }
-    auto *area = static_cast<MemArea *>(PointerOf(kMem));
-    if (area != nullptr) {
-        HardDiskUsageInfo &stored = area->atStatusInfo[0].tUsage.tHardDisk;
-        memset_s(&stored, sizeof stored, 0, sizeof stored);
-    }
-    OAL_SemUnLockByKey(kMem.key, kLockTimeoutMs);
-    return area != nullptr ? kOk : kFail;
+    MemGuard area(AsItStands{});
+    if (!area) return kFail;
+    HardDiskUsageInfo &stored = area->atStatusInfo[0].tUsage.tHardDisk;
+    memset_s(&stored, sizeof stored, 0, sizeof stored);
+    return kOk;
 }
 
 int32_t MW_GetHostHardDiskUsgAlarmStatus(uint32_t dwIndex, uint32_t *pdwStatus) {
