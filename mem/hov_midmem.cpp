@@ -1,13 +1,12 @@
 #include "mem/hov_midmem.h"
 
-#include <sys/sysinfo.h>
-
 #include <cstring>
 
 #include "dbgout.h"
 #include "hov_guard.h"
 #include "hov_health.h"
 #include "hov_sel.h"
+#include "hov_uptime.h"
 #include "hov_usage.h"
 
 using namespace midware;
@@ -79,12 +78,6 @@ void *PlaceOf(const MemGuard &area, uint32_t slot, uint32_t field, uint32_t size
 
 void RaisePeak(const MemGuard &area, int32_t temp) {
     if (area->iMaxDimmTemp < temp) area->iMaxDimmTemp = temp;
-}
-
-uint32_t UptimeSeconds() {
-    struct sysinfo info = {};
-    sysinfo(&info);
-    return static_cast<uint32_t>(info.uptime);
 }
 
 // The first counted slot of this number, or NULL. For a count that has been tested.
