@@ -12,8 +12,7 @@ struct AnyGuard : GuardBase {
     AnyGuard(const Module &module, LockText text, Caller at) : GuardBase(module, text, at) {}
 };
 
-}  // namespace
-
+// With the error text of errno.
 void LogLockFailure(const Module &module, LockText text, Caller at) {
     switch (text) {
         case LockText::kError:
@@ -36,27 +35,57 @@ void LogLockFailure(const Module &module, LockText text, Caller at) {
     }
 }
 
-GuardBase::GuardBase(const Module &module, LockText text, Caller at) : module_(module), at_(at) {
-    if (!Attach(module)) return;
-    if (OAL_SemLockByKey(module.key, kLockTimeoutMs) < 0) {
-        LogLockFailure(module, text, at);
+bool LiesInside(const Module &module, int64_t offset, uint64_t count, uint32_t size, uint32_t stride) {
+    // Counts and numbers are 32 bits wide and strides below 64 KiB: nothing here wraps.
+    const int64_t first = module.offset + offset;
+    const int64_t end = count == 0 ? first : first + static_cast<int64_t>((count - 1) * stride) + size;
+    return first >= 0 && end <= static_cast<int64_t>(MW_AREA_SIZE);
+}
+
+void LogRefusal(const Module &module, Caller at) {
+    IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d][%s] access outside the shared area refused\n", module.source, at.line,
+                         at.function);
+}
+
+}  // namespace
+
+bool AttachOrLog(const Module &module, const char *pointer, Caller at) {
+    if (Attach(module)) return true;
+    IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d]%s %d: fail to get %s.", module.source, at.line, at.function, at.line,
+                         pointer);
+    return false;
+}
+
+inline void GuardBase::Take(LockText text) {
+    if (OAL_SemLockByKey(module_.key, kLockTimeoutMs) < 0) {
+        LogLockFailure(module_, text, at_);
         return;
     }
-    area_ = PointerOf(module);
-    if (area_ == nullptr) Release();  // somebody cleared the exported pointer meanwhile
+    area_ = PointerOf(module_);
+    if (area_ == nullptr) Release();  // never attached, or somebody cleared the exported pointer meanwhile
+}
+
+GuardBase::GuardBase(const Module &module, LockText text, Caller at) : module_(module), at_(at) {
+    if (Attach(module)) Take(text);
+}
+
+GuardBase::GuardBase(const Module &module, AsItStands, Caller at) : module_(module), at_(at) {
+    Take(module.lock_text);
 }
 
 void GuardBase::Release() const { OAL_SemUnLockByKey(module_.key, kLockTimeoutMs); }
 
+bool InRegion(const Module &module, int64_t offset, uint64_t count, uint32_t size, uint32_t stride, Caller at) {
+    const bool inside = LiesInside(module, offset, count, size, stride);
+    if (!inside) LogRefusal(module, at);
+    return inside;
+}
+
 void *GuardBase::Reach(int64_t offset, uint32_t size) const { return ReachRecords(offset, 1, size, 0); }
 
 void *GuardBase::ReachRecords(int64_t offset, uint64_t count, uint32_t size, uint32_t stride) const {
-    // Counts and numbers are 32 bits wide and strides below 64 KiB: nothing here wraps.
-    const int64_t first = module_.offset + offset;
-    const int64_t end = count == 0 ? first : first + static_cast<int64_t>((count - 1) * stride) + size;
-    if (first < 0 || end > static_cast<int64_t>(MW_AREA_SIZE)) {
-        IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d][%s] access outside the shared area refused\n", module_.source,
-                             at_.line, at_.function);
+    if (!LiesInside(module_, offset, count, size, stride)) {
+        LogRefusal(module_, at_);
         return nullptr;
     }
     return static_cast<char *>(area_) + static_cast<ptrdiff_t>(offset);

@@ -19,6 +19,23 @@
 
 namespace midware {
 
+// Attaches, and when that fails logs it for the accessors that do: `pointer` is the name of the module's pointer.
+bool AttachOrLog(const Module &module, const char *pointer, Caller at = Here());
+
+// The module's area without its semaphore, for the few reads that are unguarded by design; NULL when this process is not
+// attached and cannot be.
+template <class Area>
+const Area *Unguarded() {
+    return Attach(Area::kModule) ? static_cast<const Area *>(PointerOf(Area::kModule)) : nullptr;
+}
+
+// True when `count` records of `size` bytes, `stride` bytes apart, lie in the region; one line is logged otherwise.
+// `offset` is that of the first one from the start of the module's area.
+bool InRegion(const Module &module, int64_t offset, uint64_t count, uint32_t size, uint32_t stride, Caller at);
+
+// Chooses the guard that does not attach.
+struct AsItStands {};
+
 // One module's semaphore, held from construction to destruction.
 class GuardBase {
  public:
@@ -42,12 +59,14 @@ class GuardBase {
 
  protected:
     GuardBase(const Module &module, LockText text, Caller at);
+    GuardBase(const Module &module, AsItStands, Caller at);
     ~GuardBase() {
         if (area_ != nullptr) Release();
     }
     void *area() const { return area_; }
 
  private:
+    void Take(LockText text);
     void Release() const;
 
     const Module &module_;
@@ -60,6 +79,7 @@ class Guard : public GuardBase {
  public:
     explicit Guard(Caller at = Here()) : GuardBase(Area::kModule, Area::kModule.lock_text, at) {}
     explicit Guard(LockText text, Caller at = Here()) : GuardBase(Area::kModule, text, at) {}
+    explicit Guard(AsItStands pointer, Caller at = Here()) : GuardBase(Area::kModule, pointer, at) {}
 
     Area *operator->() const { return static_cast<Area *>(area()); }
     Area &operator*() const { return *static_cast<Area *>(area()); }
@@ -84,9 +104,6 @@ template <class T>
 void Store(void *to, std::type_identity_t<T> value) {
     __builtin_memcpy(to, &value, sizeof value);
 }
-
-// Logs a failed lock of `module` in the given wording, with the error text of errno.
-void LogLockFailure(const Module &module, LockText text, Caller at);
 
 // --- whole records -----------------------------------------------------------------------------------------------
 

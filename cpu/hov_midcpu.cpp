@@ -101,8 +101,7 @@ int32_t GetBounded(uint32_t index, uint32_t field, T *to, Report report, Caller 
 // before the semaphore is taken, and not again.
 template <class T>
 int32_t GetTempField(uint32_t index, uint32_t field, T *to, Caller at = Here()) {
-    if (!Attach(kCpu)) return kFail;
-    const auto *unlocked = static_cast<const CpuArea *>(PointerOf(kCpu));
+    const CpuArea *unlocked = Unguarded<CpuArea>();
     if (unlocked == nullptr) return kFail;
     if (index > __atomic_load_n(&unlocked->dwCpuNum, __ATOMIC_RELAXED)) return PrintOver(at);
     CpuGuard area(at);

@@ -1,15 +1,13 @@
 #include "mem/hov_midmem.h"
 
-#include <sys/sysinfo.h>
-
 #include <cstring>
 
 #include "dbgout.h"
 #include "hov_guard.h"
 #include "hov_health.h"
 #include "hov_sel.h"
+#include "hov_uptime.h"
 #include "hov_usage.h"
-#include "oal.h"
 
 using namespace midware;
 
@@ -80,12 +78,6 @@ void *PlaceOf(const MemGuard &area, uint32_t slot, uint32_t field, uint32_t size
 
 void RaisePeak(const MemGuard &area, int32_t temp) {
     if (area->iMaxDimmTemp < temp) area->iMaxDimmTemp = temp;
-}
-
-uint32_t UptimeSeconds() {
-    struct sysinfo info = {};
-    sysinfo(&info);
-    return static_cast<uint32_t>(info.uptime);
 }
 
 // The first counted slot of this number, or NULL. For a count that has been tested.
@@ -482,17 +474,11 @@ int32_t MW_GetHardDiskUsgInfoFromHostMon(HardDiskUsageInfo *ptUsageInfo) {
 
 // Does not attach: a process that never did has no area to clear.
 int32_t MW_ClearHardDiskUsageInfoFromHostMon(void) {
-    if (OAL_SemLockByKey(kMem.key, kLockTimeoutMs) < 0) {
-        LogLockFailure(kMem, kMem.lock_text, Here());
-        return kFail;
-    }
-    auto *area = static_cast<MemArea *>(PointerOf(kMem));
-    if (area != nullptr) {
-        HardDiskUsageInfo &stored = area->atStatusInfo[0].tUsage.tHardDisk;
-        memset_s(&stored, sizeof stored, 0, sizeof stored);
-    }
-    OAL_SemUnLockByKey(kMem.key, kLockTimeoutMs);
-    return area != nullptr ? kOk : kFail;
+    MemGuard area(AsItStands{});
+    if (!area) return kFail;
+    HardDiskUsageInfo &stored = area->atStatusInfo[0].tUsage.tHardDisk;
+    memset_s(&stored, sizeof stored, 0, sizeof stored);
+    return kOk;
 }
 
 int32_t MW_GetHostHardDiskUsgAlarmStatus(uint32_t dwIndex, uint32_t *pdwStatus) {

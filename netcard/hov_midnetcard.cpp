@@ -100,9 +100,9 @@ int32_t MW_GetOcpPresentStatus(uint8_t *pucMask) {
 }
 
 int32_t MW_GetT200TempInfo(uint8_t *pucOut) {
-    if (pucOut == nullptr || !Attach(kNic)) return kFail;
+    if (pucOut == nullptr) return kFail;
     // Looked at before the semaphore is taken: a block that is not in order is not worth waiting for.
-    const auto *cards = static_cast<const NicArea *>(PointerOf(kNic));
+    const NicArea *cards = Unguarded<NicArea>();
     if (cards == nullptr || __atomic_load_n(&cards->tCards.dwNicCardNum, __ATOMIC_RELAXED) > MW_NIC_CARD_MAX)
         return kFail;
     return UseFirstT200(

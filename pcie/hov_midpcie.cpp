@@ -1,13 +1,12 @@
 #include "pcie/hov_midpcie.h"
 
-#include <sys/sysinfo.h>
-
 #include <cstring>
 
 #include "cpu/hov_midcpu.h"
 #include "dbgout.h"
 #include "hov_guard.h"
 #include "hov_table.h"
+#include "hov_uptime.h"
 #include "midware/netcard.h"
 
 using namespace midware;
@@ -102,18 +101,10 @@ uint32_t SlotLimit(const CpuArea &cpu) {
     return few ? 20 : 100;
 }
 
-// The three that follow serve the build of OCP records, which may run without a guard on the table.
+// The two that follow serve the build of OCP records, which may run without a guard on the table.
 
 uint32_t CountIn(const void *area) {
     return __atomic_load_n(&static_cast<const PcieArea *>(area)->dwPcieNum, __ATOMIC_RELAXED);
-}
-
-// Whether that many records lie in the shared area; one line is logged otherwise.
-bool IsReachable(uint32_t count, Caller at) {
-    if (count <= (MW_AREA_SIZE - kPcie.offset - kFirstRecord) / kRecordSize) return true;
-    IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d][%s] access outside the shared area refused\n", kPcie.source, at.line,
-                         at.function);
-    return false;
 }
 
 // The record of an OCP card as BIOS reported it, or NULL.
@@ -192,21 +183,7 @@ void PutUnknownToBios(PcieAssetInfo &to) {
     memset_s(to.aucBiosExt, sizeof to.aucBiosExt, 0, sizeof to.aucBiosExt);
 }
 
-uint32_t UptimeSeconds() {
-    struct sysinfo info {};
-    sysinfo(&info);
-    return static_cast<uint32_t>(info.uptime);
-}
-
 // --- riser cards and alarm states --------------------------------------------------------------------------------
-
-// Like Attach, and says so when it fails.
-bool AttachOrLog(Caller at) {
-    if (Attach(kPcie)) return true;
-    IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d]%s %d: fail to get g_ptPcieCollectAddr.", kPcie.source, at.line,
-                         at.function, at.line);
-    return false;
-}
 
 // Stores one kind of alarm for a device and keeps the bus summary: it holds 1 as long as some device does.
 int32_t SetAlarm(uint32_t kind, uint8_t type, uint8_t slot, uint8_t state, Caller at = Here()) {
@@ -242,12 +219,12 @@ int32_t MW_SetPcieAssetInfo(const PcieAssetInfo *ptIn, uint32_t dwCount) {
 }
 
 int32_t MW_GetRisercardAssetInfo(uint8_t *pucOut) {
-    if (pucOut == nullptr || !AttachOrLog(Here())) return kFail;
+    if (pucOut == nullptr || !AttachOrLog(kPcie, "g_ptPcieCollectAddr")) return kFail;
     return CopyOutOf(kPcie, LockText::kAfter, kRiser, MW_RISERCARD_SIZE, pucOut, hov_memcpy_s, Here());
 }
 
 int32_t MW_SetRisercardAssetInfo(const uint8_t *pucIn) {
-    if (pucIn == nullptr || !AttachOrLog(Here())) return kFail;
+    if (pucIn == nullptr || !AttachOrLog(kPcie, "g_ptPcieCollectAddr")) return kFail;
     PcieGuard area(LockText::kLine);
     if (!area) return kFail;
     hov_memset_s(area->aucRisercardAsset, MW_RISERCARD_SIZE, 0, MW_RISERCARD_SIZE);
@@ -405,7 +382,7 @@ int32_t MW_GetPcieOCPAssetInfo(PcieAssetInfo *ptOut, uint32_t *pdwCount) {
         if (card.ucNicSlotType != MW_NIC_SLOT_OCP) continue;
         if (area == nullptr) return kFail;
         const uint32_t records = CountIn(area);
-        if (!IsReachable(records, Here())) return kFail;
+        if (!InRegion(kPcie, kFirstRecord, records, kRecordSize, kRecordSize, Here())) return kFail;
         PcieAssetInfo &record = *ptOut++;
         PutNicFields(record, card);
         const PcieAssetInfo *bios = FindInBiosRecords(area, records, card, Here());

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "dbgout.h"
 #include "hov_guard.h"
 
 using namespace midware;
@@ -26,14 +25,6 @@ DiskBackPanelEntry *BackPanelEntry(const Guard<RaidArea> &area, uint32_t id) {
     table.atBackPanel[count].dwBackPanelId = id;
     table.dwBackPanelNum = count + 1;
     return &table.atBackPanel[count];
-}
-
-// Attaches for the accessors that log a failure to do so themselves.
-bool AttachLogged(Caller at) {
-    if (Attach(kRaid)) return true;
-    IDBG_LINUXAPP_DbgOut(kLevelError, "[%s:%d]%s %d: fail to get g_ptRaidCollectionAddr.", kRaid.source, at.line,
-                         at.function, at.line);
-    return false;
 }
 
 // Copies to `kept` the stored states that do not belong to `owner`: how many there are. The semaphore is not held.
@@ -151,8 +142,8 @@ int32_t MW_GetHDStateInfo(HdStateInfo *ptOut) {
 }
 
 int32_t MW_SetHDStateInfo(const HdStateInfo *ptIn, uint8_t ucOwner) {
-    if (ptIn == nullptr || !Attach(kRaid)) return kFail;
-    const auto *shared = static_cast<const RaidArea *>(PointerOf(kRaid));
+    if (ptIn == nullptr) return kFail;
+    const RaidArea *shared = Unguarded<RaidArea>();
     if (shared == nullptr) return kFail;
 
     HdStateInfo merged;
@@ -168,12 +159,12 @@ int32_t MW_SetHDStateInfo(const HdStateInfo *ptIn, uint8_t ucOwner) {
 }
 
 int32_t MW_GetHddBackPanelAssetInfo(HddBackPanelAssetInfo *ptOut) {
-    if (ptOut == nullptr || !AttachLogged(Here())) return kFail;
+    if (ptOut == nullptr || !AttachOrLog(kRaid, "g_ptRaidCollectionAddr")) return kFail;
     return CopyOutOf(kRaid, LockText::kAfter, kHddBackPanelOffset, sizeof *ptOut, ptOut, hov_memcpy_s, Here());
 }
 
 int32_t MW_SetHddBackPanelAssetInfo(const HddBackPanelAssetInfo *ptIn) {
-    if (ptIn == nullptr || !AttachLogged(Here())) return kFail;
+    if (ptIn == nullptr || !AttachOrLog(kRaid, "g_ptRaidCollectionAddr")) return kFail;
     Guard<RaidArea> area(LockText::kLine);
     if (!area) return kFail;
     HddBackPanelAssetInfo &block = area->aucHddBackPanelAsset;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -126,8 +127,12 @@ std::string Print(const std::string &text) { return "hov_printf_s(\"" + text + "
 std::string AttachCall() { return "OAL_GetMemResourceAddr(4099)"; }
 std::string AttachFailurePrint() { return Print("MW_MidMemCheck:{L} Memory init error \n"); }
 
+// What the spare pointer holds during every test: no function may change it or follow it.
+static void Spare() { std::abort(); }
+
 void AccessorTest::SetUp() {
     recorder::Reset();
+    pSendRedfunc = Spare;
     AttachNow();
 }
 
@@ -135,6 +140,7 @@ void AccessorTest::TearDown() {
     recorder::Calls();
     EXPECT_TRUE(recorder::Now().held.empty()) << "a semaphore is still held";
     EXPECT_EQ(recorder::Now().faults, std::vector<std::string>());
+    EXPECT_EQ(pSendRedfunc, Spare) << "storage of the programs that link the library";
     Detach();
 }
 
@@ -201,7 +207,7 @@ void AccessorTest::CheckGuarded(const Accessor &accessor) {
     recorder::Now().region_missing = false;
 
     AttachNow();
-    recorder::Now().lock_result[module_.key] = -1;
+    recorder::Now().lock_result[module_.key] = -22;  // any negative result
     EXPECT_EQ(accessor.call(), -1) << "lock fails";
     ExpectCalls(accessor.name, {Lock(module_.key), Dbg(lock_text)});
     ExpectImage(before);

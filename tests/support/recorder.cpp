@@ -77,7 +77,13 @@ State &Now() {
     return state;
 }
 
+const std::vector<std::string> &CallsAtStart() {
+    static const std::vector<std::string> calls = Calls();
+    return calls;
+}
+
 void Reset() {
+    CallsAtStart();
     Now() = State{};
     memset(Memory().test, 0, Memory().size);
     Protect();

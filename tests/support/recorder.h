@@ -56,6 +56,9 @@ State &Now();
 // Forgets everything, empties the shared area and closes it.
 void Reset();
 
+// What was called before the first Reset: while the program was loaded.
+const std::vector<std::string> &CallsAtStart();
+
 // Lets the library reach the area without a semaphore: for the few reads that are unguarded by design.
 void OpenArea();
 

@@ -33,7 +33,7 @@ class CpuTest : public RecordTest {
         FillArea();
         PutCount(0xFFFFFFF0);
         const uint32_t last = LastWithin(first, static_cast<uint32_t>(value.size()), 232);
-        CheckIndexed(name, call, first, 232, value, {9, last}, {last + 1, 0xFFFFFFEF}, Dbg(kRefusal));
+        CheckIndexed(name, call, first, 232, value, {9, last}, {last + 1, Wrapping(232), 0xFFFFFFEF}, Dbg(kRefusal));
     }
 
     // A getter of the `size` bytes at `offset` of a counted status record.
@@ -63,6 +63,8 @@ class CpuTest : public RecordTest {
             }
             ExpectImage(before);
         }
+        PutCount(2);
+        CheckUntouchedWithoutLock(name, [&](void *to) { return call(1, to); });
     }
 
     const std::string count_over_ = Print("{F}:{L} Cpu count over \n");

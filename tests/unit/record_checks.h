@@ -69,7 +69,7 @@ class RecordTest : public AccessorTest {
         std::vector<uint32_t> refused;
         if (getter.refusal.empty()) {
             counts.insert(counts.end(), {getter.slots + 1, most});
-            refused = {most + 1, 0xFFFFFFFF};
+            refused = {most + 1, Wrapping(getter.stride) + 1, 0xFFFFFFFF};
         } else {
             refused = {getter.slots + 1, 0xFFFFFFFF};
         }
@@ -106,7 +106,15 @@ class RecordTest : public AccessorTest {
             ExpectCalls(getter.name, Locked({message}));
             ExpectImage(before);
         }
-        uint32_t count = 0;
+        std::vector<uint8_t> out = untouched;
+        uint32_t count = 77777;
+        Put(getter.count_at, getter.slots);
+        recorder::Now().lock_result[module().key] = -1;
+        EXPECT_EQ(getter.call(out.data(), &count), -1);
+        EXPECT_EQ(count, 77777u);
+        EXPECT_TRUE(out == untouched);
+        recorder::Now().lock_result.clear();
+        recorder::ClearCalls();
         uint8_t byte = 0;
         Detach();
         EXPECT_EQ(getter.call(nullptr, &count), -1);
@@ -130,7 +138,7 @@ class RecordTest : public AccessorTest {
         }
         FillArea();
         const Image before = Image::Take();
-        for (uint32_t n : {most + 1, 0xFFFFFFFFu}) {
+        for (uint32_t n : {most + 1, Wrapping(setter.size) + 1, 0xFFFFFFFFu}) {
             SCOPED_TRACE(n);
             EXPECT_EQ(setter.call(records.data(), n), -1);
             ExpectCalls(setter.name, Locked({Dbg(kRefusal)}));
@@ -238,11 +246,23 @@ class RecordTest : public AccessorTest {
         }
     }
 
+    // `call` fails when the semaphore is not to be had, and leaves the caller's bytes as they were.
+    void CheckUntouchedWithoutLock(const char *name, const std::function<int32_t(void *)> &call) {
+        SCOPED_TRACE(name);
+        const std::vector<uint8_t> untouched = Pattern(4096, 205);
+        std::vector<uint8_t> out = untouched;
+        recorder::Now().lock_result[module().key] = -1;
+        EXPECT_EQ(call(out.data()), -1);
+        EXPECT_TRUE(out == untouched);
+        recorder::Now().lock_result.clear();
+        recorder::ClearCalls();
+    }
+
     static void Restore(const Image &image) {
         std::memcpy(recorder::Area(), image.bytes().data(), image.bytes().size());
     }
 
-    // An index whose product with `stride` comes out small in 32 bits.
+    // An index, or one less than a count, whose product with `stride` comes out small in 32 bits.
     static constexpr uint32_t Wrapping(uint32_t stride) { return 0xFFFFFFFF / stride + 1; }
 
     static constexpr size_t kPeak = 8;  // of both areas' highest temperature

@@ -29,6 +29,13 @@ const std::vector<std::string> kSemaphoresInOrder = {
     "OAL_SemCreate(12298)", "OAL_SemCreate(12299)", "OAL_SemCreate(12300)", "OAL_SemCreate(12301)",
     "OAL_SemCreate(12302)", "OAL_SemCreate(12303)", "OAL_SemCreate(12304)"};
 
+// As the program finds them: this runs before any test.
+const bool kAllNullAtStart = [] {
+    bool null = pSendRedfunc == nullptr && g_ptMidWareAddr == nullptr;
+    for (const ModuleFacts &facts : kAllModules) null = null && *facts.pointer == nullptr;
+    return null;
+}();
+
 class SharedArea : public AccessorTest {
  protected:
     SharedArea() : AccessorTest(kArea, kLockLineError) {}
@@ -39,7 +46,10 @@ class SharedArea : public AccessorTest {
     }
 };
 
-TEST_F(SharedArea, LoadingTheLibraryCallsNothing) { ExpectNoCalls(); }
+TEST_F(SharedArea, LoadingTheLibraryCallsNothingAndSetsNothing) {
+    EXPECT_EQ(recorder::CallsAtStart(), std::vector<std::string>());
+    EXPECT_TRUE(kAllNullAtStart);
+}
 
 TEST_F(SharedArea, InitCreatesLocksZeroesReleasesAndCreatesTheSemaphoresInOrder) {
     FillArea();
@@ -149,14 +159,6 @@ TEST_F(SharedArea, AFailedAttachPrintsClearsTheBaseAndIsTriedAgain) {
 TEST_F(SharedArea, PostingToTheAlarmDoesNothing) {
     for (int round = 0; round < 3; ++round) EXPECT_EQ(MW_PostMsgtoAlarm(), 0);
     ExpectNoCalls();
-}
-
-TEST_F(SharedArea, TheSparePointerIsStorageOnly) {
-    EXPECT_EQ(pSendRedfunc, nullptr);
-    pSendRedfunc = [] {};
-    EXPECT_EQ(MW_MidWareInit(), 0);
-    EXPECT_NE(pSendRedfunc, nullptr);
-    pSendRedfunc = nullptr;
 }
 
 }  // namespace

@@ -3,6 +3,20 @@
 
 namespace {
 
+// The getters that compare their index before they take the semaphore.
+const struct EarlyGetter {
+    const char *name;
+    std::function<int32_t(uint32_t, void *)> call;
+    uint32_t offset;  // in a status record
+    uint32_t size;
+} kEarlyGetters[] = {
+    {"MW_GetCpuTempValidFlag",
+     [](uint32_t i, void *to) { return MW_GetCpuTempValidFlag(i, static_cast<uint32_t *>(to)); }, 60, 4},
+    {"MW_GetCpuTjmax", [](uint32_t i, void *to) { return MW_GetCpuTjmax(i, static_cast<uint8_t *>(to)); }, 124, 1},
+    {"MW_GetCpuTcontrol", [](uint32_t i, void *to) { return MW_GetCpuTcontrol(i, static_cast<uint8_t *>(to)); }, 125,
+     1},
+};
+
 class Processors : public CpuTest {
  protected:
     CpuPhyInfo phy_[8] = {};
@@ -77,6 +91,21 @@ TEST_F(Processors, TotalsAreOneFieldEach) {
     EXPECT_EQ(MW_SetCpuMismatchState(0xA6), 0);
     ExpectCalls("MW_SetCpuMismatchState", Locked());
     ExpectImage(before.With<uint16_t>(At(14), 0x1234).With<uint8_t>(At(12), 0xA6));
+}
+
+TEST_F(Processors, AFailedLockLeavesTheCallersBufferAlone) {
+    recorder::OpenArea();
+    PutCount(3);
+    CheckUntouchedWithoutLock("MW_GetCpuCount", [](void *to) { return MW_GetCpuCount(static_cast<uint32_t *>(to)); });
+    CheckUntouchedWithoutLock("MW_GetCpuTotalPower",
+                              [](void *to) { return MW_GetCpuTotalPower(static_cast<uint16_t *>(to)); });
+    CheckUntouchedWithoutLock("MW_GetCpuTmargin", [](void *to) { return MW_GetCpuTmargin(1, to); });
+    CheckUntouchedWithoutLock("MW_GetCpuAssertSelEventDataInfo", [](void *to) {
+        return MW_GetCpuAssertSelEventDataInfo(1, 0, static_cast<uint8_t *>(to));
+    });
+    for (const EarlyGetter &getter : kEarlyGetters) {
+        CheckUntouchedWithoutLock(getter.name, [&](void *to) { return getter.call(1, to); });
+    }
 }
 
 TEST_F(Processors, ListsAreCopiedOutBackToBack) {
@@ -211,19 +240,6 @@ TEST_F(Processors, FivePointersAreNotTested) {
 }
 
 // --- temperatures and limits -------------------------------------------------------------------------------------
-
-const struct EarlyGetter {
-    const char *name;
-    std::function<int32_t(uint32_t, void *)> call;
-    uint32_t offset;  // in a status record
-    uint32_t size;
-} kEarlyGetters[] = {
-    {"MW_GetCpuTempValidFlag",
-     [](uint32_t i, void *to) { return MW_GetCpuTempValidFlag(i, static_cast<uint32_t *>(to)); }, 60, 4},
-    {"MW_GetCpuTjmax", [](uint32_t i, void *to) { return MW_GetCpuTjmax(i, static_cast<uint8_t *>(to)); }, 124, 1},
-    {"MW_GetCpuTcontrol", [](uint32_t i, void *to) { return MW_GetCpuTcontrol(i, static_cast<uint8_t *>(to)); }, 125,
-     1},
-};
 
 TEST_F(Processors, ThreeGettersTakeAnIndexUpToAndIncludingTheCount) {
     recorder::OpenArea();

@@ -107,7 +107,7 @@ TEST_F(ProcessorAlarm, AClearZeroesTheStatesOfEveryCountedProcessorButThePresenc
         ExpectCalls("MW_ClearAllCPUAlarmInfoAllStates", Locked(fills));
         ExpectImage(expected);
     }
-    for (uint32_t count : {most + 1, 0xFFFFFFFFu}) {
+    for (uint32_t count : {most + 1, Wrapping(232) + 1, 0xFFFFFFFFu}) {
         SCOPED_TRACE(count);
         FillArea();
         PutCount(count);

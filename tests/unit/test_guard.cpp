@@ -42,6 +42,17 @@ TEST_F(GuardTest, AnUnlockThatFailsChangesNoResult) {
     EXPECT_EQ(MW_SetTimeSource(1), 0);
 }
 
+TEST_F(GuardTest, APointerClearedDuringTheWaitForTheSemaphoreGivesItBack) {
+    recorder::Now().on_call = [](const recorder::Call &call) {
+        if (call.text == Lock(12302)) g_ptServCollectAddr = nullptr;
+    };
+    NtpInfo ntp = PatternOf<NtpInfo>(9);
+    const NtpInfo untouched = ntp;
+    EXPECT_EQ(MW_GetNtpInfo(&ntp), -1);
+    EXPECT_EQ(memcmp(&ntp, &untouched, sizeof ntp), 0);
+    ExpectCalls("MW_GetNtpInfo", {Lock(12302), Unlock(12302)});
+}
+
 TEST_F(GuardTest, TheErrorTextIsThatOfTheFailedLock) {
     for (int error : {110, 4, 22}) {
         recorder::Now().lock_errno = error;

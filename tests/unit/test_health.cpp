@@ -1,9 +1,12 @@
-// The healthy-status tables of memory, processors and fans: one value for each instance, one for the whole component.
+// The healthy-status tables of memory, processors, fans and power supplies: one value for each instance, one for the
+// whole component.
 #include "cpu_test.h"
 #include "fan_test.h"
 #include "mem_test.h"
 
 namespace {
+
+constexpr ModuleFacts kPowerSupplies{"pem/hov_midpem", &g_ptPemCollectAddr, 325424, 2540, 12292};
 
 struct HealthTable {
     const char *module_name;
@@ -18,6 +21,8 @@ struct HealthTable {
     int32_t (*by_inst)(uint32_t, uint32_t *);
     const char *by_total_name;
     int32_t (*by_total)(uint32_t *);
+    const char *by_inst_lock_text = nullptr;  // where it is another one
+    uint32_t aux_at = 0;                      // of slot 0's word that is cleared with the health
 };
 
 const HealthTable kTables[] = {
@@ -36,6 +41,11 @@ const HealthTable kTables[] = {
      "MW_SetFanHealthyStatusInfo", MW_SetFanHealthyStatusInfo,
      "MW_GetFanHealthyStatusInfoByInst", MW_GetFanHealthyStatusInfoByInst,
      "MW_GetFanHealthyStatusInfoByTotal", MW_GetFanHealthyStatusInfoByTotal},
+    {"PowerSupplies", &kPowerSupplies, kLockError, 4, 864, 1128, 408,
+     "MW_InitPemHealthyStatusInfo", MW_InitPemHealthyStatusInfo,
+     "MW_SetPemHealthyStatusInfo", MW_SetPemHealthyStatusInfo,
+     "MW_GetPemHealthyStatusInfoByInst", MW_GetPemHealthyStatusInfoByInst,
+     "MW_GetPemHealthyStatusInfoByTotal", MW_GetPemHealthyStatusInfoByTotal, kLockLineError, 1124},
 };
 
 class Health : public RecordTest, public ::testing::WithParamInterface<HealthTable> {
@@ -45,6 +55,12 @@ class Health : public RecordTest, public ::testing::WithParamInterface<HealthTab
     size_t Key(size_t slot) const { return table_.key_at + slot * table_.stride; }
     size_t Status(size_t slot) const { return table_.status_at + slot * table_.stride; }
     size_t Total() const { return At(table_.total_at); }
+
+    // `image` with this total, and this health in one slot.
+    Image WithHealth(const Image &image, size_t slot, uint32_t health, uint32_t total) const {
+        const Image set = image.With(Total(), total).With(At(Status(slot)), health);
+        return table_.aux_at == 0 ? set : set.Zeroed(At(table_.aux_at + slot * table_.stride), 4);
+    }
 
     // Slots numbered as given, from the first on.
     void PutNumbers(const std::vector<uint32_t> &numbers) {
@@ -65,7 +81,8 @@ TEST_P(Health, EveryAccessorFollowsTheTemplate) {
     const Accessor accessors[] = {
         {table_.init_name, [&] { return table_.init(); }},
         {table_.set_name, [&] { return table_.set(7, 1, 2); }},
-        {table_.by_inst_name, [&] { return table_.by_inst(7, &out_); }, [&] { return table_.by_inst(7, nullptr); }},
+        {table_.by_inst_name, [&] { return table_.by_inst(7, &out_); }, [&] { return table_.by_inst(7, nullptr); },
+         table_.by_inst_lock_text},
         {table_.by_total_name, [&] { return table_.by_total(&out_); }, [&] { return table_.by_total(nullptr); }},
     };
     for (const Accessor &accessor : accessors) CheckGuarded(accessor);
@@ -78,7 +95,10 @@ TEST_P(Health, InitClearsTheTotalAndTheCountedSlots) {
         FillArea();
         Put(0, count);
         Put<uint32_t>(table_.total_at, 0);
-        for (uint32_t slot = 0; slot < count; ++slot) Put<uint32_t>(Status(slot), 0);
+        for (uint32_t slot = 0; slot < count; ++slot) {
+            Put<uint32_t>(Status(slot), 0);
+            if (table_.aux_at != 0) Put<uint32_t>(table_.aux_at + slot * table_.stride, 0);
+        }
         const Image expected = Image::Take();
         FillArea();
         Put(0, count);
@@ -91,7 +111,7 @@ TEST_P(Health, InitClearsTheTotalAndTheCountedSlots) {
 TEST_P(Health, InitOutsideTheSharedAreaIsRefusedWhole) {
     const uint32_t most = LastWithin(table_.status_at, 4, table_.stride) + 1;
     FillArea();
-    for (uint32_t count : {most + 1, 0x80000000u, 0xFFFFFFFFu}) {
+    for (uint32_t count : {most + 1, 0x80000000u, Wrapping(table_.stride) + 1, 0xFFFFFFFFu}) {
         SCOPED_TRACE(count);
         Put(0, count);
         const Image before = Image::Take();
@@ -109,7 +129,7 @@ TEST_P(Health, SetStoresTheTotalAndTheInstance) {
         const Image before = Image::Take();
         EXPECT_EQ(table_.set(numbers[slot], 0xFEDCBA98, 0x12345678), 0);
         ExpectCalls(table_.set_name, Locked());
-        ExpectImage(before.With<uint32_t>(Total(), 0x12345678).With<uint32_t>(At(Status(slot)), 0xFEDCBA98));
+        ExpectImage(WithHealth(before, slot, 0xFEDCBA98, 0x12345678));
     }
 }
 
@@ -132,7 +152,7 @@ TEST_P(Health, OfTwoSlotsWithOneNumberTheFirstIsUsed) {
     PutNumbers({5, 9, 9});
     const Image before = Image::Take();
     EXPECT_EQ(table_.set(9, 11, 12), 0);
-    ExpectImage(before.With<uint32_t>(Total(), 12).With<uint32_t>(At(Status(1)), 11));
+    ExpectImage(WithHealth(before, 1, 11, 12));
     EXPECT_EQ(table_.by_inst(9, &out_), 0);
     EXPECT_EQ(out_, 11u);
 }
@@ -177,7 +197,7 @@ TEST_P(Health, SearchesRunOnToTheEndOfTheSharedAreaAndNoFurther) {
     const Image before = Image::Take();
     EXPECT_EQ(table_.set(0xBE00, 31, 32), 0);
     ExpectCalls(table_.set_name, Locked());
-    const Image after = before.With<uint32_t>(Total(), 32).With<uint32_t>(At(Status(last)), 31);
+    const Image after = WithHealth(before, last, 31, 32);
     ExpectImage(after);
     EXPECT_EQ(table_.by_inst(0xBE00, &out_), 0);
     ExpectCalls(table_.by_inst_name, Locked());

@@ -69,6 +69,28 @@ TEST_F(Memory, TotalsAreOneFieldEach) {
     ExpectImage(before.With<uint16_t>(12, 0x1234));
 }
 
+TEST_F(Memory, AFailedLockLeavesTheCallersBufferAlone) {
+    const struct {
+        const char *name;
+        std::function<int32_t(void *)> call;
+    } rows[] = {
+        {"MW_GetMemCount", [](void *to) { return MW_GetMemCount(static_cast<uint32_t *>(to)); }},
+        {"MW_GetMemTotalPower", [](void *to) { return MW_GetMemTotalPower(static_cast<uint16_t *>(to)); }},
+        {"MW_GetMemTotalSizeGB", [](void *to) { return MW_GetMemTotalSizeGB(static_cast<uint32_t *>(to)); }},
+        {"MW_GetMemPhyInfoByMemNum", [](void *to) { return MW_GetMemPhyInfoByMemNum(static_cast<MemPhyInfo *>(to), 0); }},
+        {"MW_GetMemPhyInfoByPhyInfo", [](void *to) { return MW_GetMemPhyInfoByPhyInfo(static_cast<MemPhyInfo *>(to)); }},
+        {"MW_GetMemTempInfoByDimmNum",
+         [](void *to) { return MW_GetMemTempInfoByDimmNum(static_cast<MemTempInfo *>(to), 1); }},
+        {"MW_GetMemAlarmInfoByDimmNum",
+         [](void *to) { return MW_GetMemAlarmInfoByDimmNum(static_cast<MemAlarmInfo *>(to), 0); }},
+        {"MW_GetMemAssertSelEventDataInfo",
+         [](void *to) { return MW_GetMemAssertSelEventDataInfo(0, 0, static_cast<uint8_t *>(to)); }},
+        {"MW_GetCpuMemGTemp", [](void *to) { return MW_GetCpuMemGTemp(1, static_cast<uint32_t *>(to)); }},
+    };
+    PutNumbers({0, 0, 0});
+    for (const auto &row : rows) CheckUntouchedWithoutLock(row.name, row.call);
+}
+
 TEST_F(Memory, ListsAreCopiedOutBackToBack) {
     const ListGetter getters[] = {
         {"MW_GetMemPhyInfo", [](void *to, uint32_t *n) { return MW_GetMemPhyInfo(static_cast<MemPhyInfo *>(to), n); },
@@ -128,7 +150,7 @@ TEST_F(Memory, TheTotalSizeTakesAnyCountThatStaysInTheSharedArea) {
     EXPECT_EQ(MW_GetMemTotalSizeGB(&word_), 0);
     EXPECT_EQ(word_, most * (most - 1) / 2);
     ExpectCalls("MW_GetMemTotalSizeGB", Locked());
-    for (uint32_t n : {most + 1, 0xFFFFFFFFu}) {
+    for (uint32_t n : {most + 1, Wrapping(824) + 1, 0xFFFFFFFFu}) {
         Put<uint32_t>(4, n);
         word_ = 5;
         EXPECT_EQ(MW_GetMemTotalSizeGB(&word_), -1);

@@ -66,6 +66,10 @@ TEST_P(MeUsageTest, NoFigureBeforeTheFirstOneWasWritten) {
     EXPECT_EQ(word_, 0xFFFFFFFFu);
 }
 
+TEST_P(MeUsageTest, AFailedLockLeavesTheCallersWordAlone) {
+    CheckUntouchedWithoutLock(me_.get_name, [&](void *to) { return me_.get(static_cast<uint32_t *>(to)); });
+}
+
 TEST_P(MeUsageTest, AFigureAndItsFlagAreTwoWords) {
     FillArea();
     const Image before = Image::Take();
@@ -243,6 +247,12 @@ TEST_P(HostUsageTest, ThePointerToTheFlagIsNotTested) {
     recorder::Now().lock_result[module().key] = -1;
     EXPECT_EQ(host_.is(nullptr), -1);
     ExpectCalls(host_.is_name, {Lock(module().key), Dbg(kLockLineError)});
+}
+
+TEST_P(HostUsageTest, AFailedLockLeavesTheCallersWordAlone) {
+    CheckUntouchedWithoutLock(host_.get_name, [&](void *to) { return host_.get(static_cast<uint32_t *>(to)); });
+    CheckUntouchedWithoutLock(host_.is_name, [&](void *to) { return host_.is(static_cast<uint32_t *>(to)); });
+    CheckUntouchedWithoutLock(host_.get_alarm_name, [&](void *to) { return host_.get_alarm(static_cast<uint32_t *>(to)); });
 }
 
 TEST_P(HostUsageTest, AClearedFigureIsAllOnes) {
@@ -609,6 +619,15 @@ TEST_F(Partitions, TheBlockIsReadWhole) {
     ExpectCalls("MW_GetHardDiskUsgInfoFromHostMon", Locked({Copy(3748)}));
     EXPECT_EQ(memcmp(&report_, Bytes(kBlock, 3748).data(), 3748), 0);
     ExpectImage(before);
+}
+
+TEST_F(Partitions, AFailedLockLeavesTheCallersBufferAlone) {
+    CheckUntouchedWithoutLock("MW_GetHardDiskUsgInfoFromHostMon", [](void *to) {
+        return MW_GetHardDiskUsgInfoFromHostMon(static_cast<HardDiskUsageInfo *>(to));
+    });
+    CheckUntouchedWithoutLock("MW_GetHostHardDiskUsgAlarmStatus", [](void *to) {
+        return MW_GetHostHardDiskUsgAlarmStatus(1, static_cast<uint32_t *>(to));
+    });
 }
 
 TEST_F(Partitions, AClearZeroesTheWholeBlock) {
