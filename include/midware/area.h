@@ -30,7 +30,7 @@ extern MW_API void *g_ptServCollectAddr;
 extern MW_API void *g_ptPCHCollectAddr;
 extern MW_API void *g_ptCustCardCollectAddr;
 
-/* Storage for the programs that link the library, which itself never uses it. */
+/* Storage for the programs that link the library, which itself never uses it; NULL at first. */
 extern MW_API void (*pSendRedfunc)(void);
 
 /**
@@ -49,8 +49,8 @@ MW_API int32_t MW_MidWareInit(void);
  * Attaches this process to the shared area unless it is attached: every accessor calls it with its module's pointer.
  *
  * @param ptModule the module's pointer as it stands; anything but NULL means attached, and nothing else is looked at.
- * @return 0, with all sixteen pointers set; -1 when the region does not exist: "MW_MidMemCheck:LINE Memory init error"
- *         goes to standard output, g_ptMidWareAddr is NULL and the module pointers are as they were.
+ * @return 0, having set all sixteen pointers where it was NULL; -1 when the region does not exist: "MW_MidMemCheck:LINE
+ *         Memory init error " goes to standard output, g_ptMidWareAddr is NULL and the module pointers are as they were.
  */
 MW_API int32_t MW_MidMemCheck(const void *ptModule);
 

@@ -110,6 +110,8 @@ MW_OFFSET_IS(CpuStatusInfo, dwCpuVRPower, 48);
 MW_OFFSET_IS(CpuStatusInfo, dwDimmVRPower, 52);
 MW_OFFSET_IS(CpuStatusInfo, tTempInfo, 56);
 MW_OFFSET_IS(CpuStatusInfo, dwHostCpuUsgEnable, 128);
+MW_OFFSET_IS(CpuStatusInfo, dwHostCpuUsg, 132);
+MW_OFFSET_IS(CpuStatusInfo, dwHostCpuUsgAlt, 136);
 MW_OFFSET_IS(CpuStatusInfo, dwMeUsgValid, 140);
 MW_OFFSET_IS(CpuStatusInfo, dwMeUsage, 144);
 MW_OFFSET_IS(CpuStatusInfo, dwHostCpuUsgAlarm, 160);

@@ -138,6 +138,7 @@ typedef struct HardDiskUsageInfo {
 } HardDiskUsageInfo;
 
 MW_SIZE_IS(HardDiskUsageInfo, 3748);
+MW_OFFSET_IS(HardDiskUsageInfo, dwTotalPart, 0);
 MW_OFFSET_IS(HardDiskUsageInfo, adwPartAlarm, 4);
 MW_OFFSET_IS(HardDiskUsageInfo, atPart, 108);
 
@@ -156,6 +157,14 @@ typedef struct MemUsageBlock {
 } MemUsageBlock;
 
 MW_SIZE_IS(MemUsageBlock, 3792);
+MW_OFFSET_IS(MemUsageBlock, dwHostMemUsgEnable, 0);
+MW_OFFSET_IS(MemUsageBlock, dwHostMemUsg, 4);
+MW_OFFSET_IS(MemUsageBlock, dwHostMemUsgAlt, 8);
+MW_OFFSET_IS(MemUsageBlock, dwMemUsgFlag, 12);
+MW_OFFSET_IS(MemUsageBlock, dwMemUsg, 16);
+MW_OFFSET_IS(MemUsageBlock, dwHostMemUsgAlarm, 32);
+MW_OFFSET_IS(MemUsageBlock, dwIoUsgFlag, 36);
+MW_OFFSET_IS(MemUsageBlock, dwIoUsg, 40);
 MW_OFFSET_IS(MemUsageBlock, tHardDisk, 44);
 
 /* A DIMM's state, 3960 bytes. */

@@ -28,8 +28,8 @@ struct Mapping {
     size_t size;
 };
 
-// The area is mapped twice: once for the test, and once for the library, between stretches that fault and ending
-// exactly at a page's end would be lost by the page size: the bytes behind it in its last page are checked instead.
+// The area is mapped twice: for the test, and for the library between stretches that fault. It does not end where its
+// last page ends: a write behind it is found by the bytes there, which stay zero.
 const Mapping &Memory() {
     static const Mapping mapping = [] {
         const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
