@@ -28,7 +28,7 @@ TEST(Board, ALabelNamesTheInletSensor) {
     const InletTempReading reading = ToInletTempReading(readings.inlets[0], 2);
     EXPECT_EQ(reading.ucIndex, 2);
     EXPECT_EQ(reading.ucPresent, 1);
-    EXPECT_EQ(reading.sTemp, 235);
+    EXPECT_EQ(+reading.sTemp, 235);
     EXPECT_EQ(reading.cUpperNonCritical, 40);
     EXPECT_EQ(reading.cUpperCritical, 45);
     EXPECT_EQ(reading.cLowerNonCritical, -5);
@@ -46,7 +46,7 @@ TEST(Board, MissingAndImpossibleThresholdsAreNone) {
     const BoardReadings readings = FindBoardReadings(*host);
     ASSERT_EQ(readings.inlets.size(), 1u);
     const InletTempReading reading = ToInletTempReading(readings.inlets[0], 0);
-    EXPECT_EQ(reading.sTemp, -123);
+    EXPECT_EQ(+reading.sTemp, -123);
     EXPECT_EQ(reading.cUpperNonCritical, 127);
     EXPECT_EQ(reading.cUpperCritical, 127);
     EXPECT_EQ(reading.cLowerNonCritical, -128);
@@ -121,7 +121,7 @@ TEST_F(BoardStore, SensorsKeepTheirPlacesAndLostOnesAreMarked) {
     InletTempInfo info{};
     ASSERT_EQ(MW_GetInletTempInfo(&info), 0);
     EXPECT_EQ(info.dwInletTempCnt, 2u);
-    EXPECT_EQ(info.atInletTemp[1].sTemp, 220);
+    EXPECT_EQ(+info.atInletTemp[1].sTemp, 220);
     uint8_t pch = 0;
     ASSERT_EQ(MW_GetPCHTemp(&pch), 0);
     EXPECT_EQ(pch, 51);
@@ -135,7 +135,7 @@ TEST_F(BoardStore, SensorsKeepTheirPlacesAndLostOnesAreMarked) {
     EXPECT_EQ(info.atInletTemp[0].ucPresent, 0);
     EXPECT_STREQ(info.atInletTemp[0].acSensorName, "Inlet 1");
     EXPECT_EQ(info.atInletTemp[1].ucPresent, 1);
-    EXPECT_EQ(info.atInletTemp[1].sTemp, 230);
+    EXPECT_EQ(+info.atInletTemp[1].sTemp, 230);
     EXPECT_EQ(MW_GetPCHTemp(&pch), -1);
 }
 

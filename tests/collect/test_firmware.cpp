@@ -192,7 +192,7 @@ TEST_F(FirmwareStore, WhatOthersHaveStoredStays) {
     EXPECT_EQ(Version(MW_FW_TYPE_BMC, MW_FW_BMC_SLAVE), "slave");
     ASSERT_EQ(MW_GetFruVerInfo(&fru), 0);
     EXPECT_EQ(fru.tCardFruVer[3].CardValidFlag, 1);
-    EXPECT_EQ(fru.tMFruVer.dwDeviceId, 5u);
+    EXPECT_EQ(+fru.tMFruVer.dwDeviceId, 5u);
 
     // Another producer's version of the master image stays in later rounds.
     ASSERT_EQ(MW_GetBmcVerInfo(&bmc), 0);
