@@ -342,7 +342,7 @@ MW_API int32_t MW_GetFanActionPercentInfo(uint32_t dwKeyA, int32_t iKeyB, int32_
 MW_API int32_t MW_GetFanActionDecreasePercentInfo(uint32_t dwKeyA, int32_t iKeyB, int32_t iKeyC, void *ptOut);
 
 /**
- * Store 64 bytes in every zone record whose three keys match, and in the four record places behind the table.
+ * Store 64 bytes in every zone record whose three keys match; the four record places behind the table are searched too.
  * @return 0, also where none matches.
  */
 MW_API int32_t MW_SetFanActionPercentInfo(uint32_t dwKeyA, int32_t iKeyB, int32_t iKeyC, const void *ptIn);

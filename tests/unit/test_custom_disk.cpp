@@ -245,6 +245,12 @@ TEST_F(CustomDisk, WithoutTheLockNothingHappens) {
     EXPECT_EQ(memcmp(&config_, &before, sizeof config_), 0);
 }
 
+TEST_F(CustomDisk, ThePointerToTheCommandBytesIsNotTested) {
+    recorder::Now().pch_lock_result = -1;
+    EXPECT_EQ(MW_SaveCustomPchDiskConfig(config_, nullptr), -1);
+    ExpectCalls(kSave, {kLockCall});
+}
+
 TEST_F(CustomDisk, APositiveLockResultIsSuccess) {
     recorder::Now().pch_lock_result = 7;
     EXPECT_EQ(Save(0, 1), 0);
@@ -395,6 +401,7 @@ TEST_F(CustomDisk, ConversionsOfALabelAreFormattedWithZero) {
         {"%.3d|%.0d|%.d|%5.2d", "000|||   00"},
         {"%#x %#o", "0 0"},
         {"%'d", "0"},
+        {"%------------------------5d|", "0    |"},  // a flag again and again
         {"50%done", "500one"},
         {"5 % of", "5 0f"},
         // floating point

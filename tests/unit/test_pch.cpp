@@ -269,13 +269,20 @@ TEST_F(HostView, ATableThatCannotBeReadLeavesTheOutputAlone) {
     recorder::Now().region_missing = true;
     EXPECT_EQ(HOST_GetPCHHdInfo(&view_), -1);
     EXPECT_EQ(memcmp(&view_, untouched_.data(), sizeof view_), 0);
+}
+
+TEST_F(HostView, ThePointerIsNotTested) {
+    recorder::Now().lock_result[12303] = -1;
     EXPECT_EQ(HOST_GetPCHHdInfo(nullptr), -1);
+    ExpectCalls("MW_GetPCHCtrlAssetInfo",
+                {"memset_s(1604, 0, 1604)", "memset_s(8712, 0, 8712)", Lock(12303), Dbg(kLockError)});
 }
 
 TEST_F(HostView, SixtyFourDisksAreRefusedAndSixtyThreeAreNot) {
     for (uint32_t n : {64u, 65u, 0x7FFFFFFFu}) {
         SCOPED_TRACE(n);
         AddDisks(n);
+        ctrls_.dwPCHCtrlNum = n == 65 ? 0 : 1;  // also without any controller
         EXPECT_EQ(View(), -1);
         std::vector<std::string> calls = ReadTables();
         calls.push_back(Runtime("[{S}:{L}] PCHDiskNum (" + std::to_string(n) + ") is up to max(64) "));
@@ -283,6 +290,7 @@ TEST_F(HostView, SixtyFourDisksAreRefusedAndSixtyThreeAreNot) {
         EXPECT_EQ(memcmp(&view_, untouched_.data(), sizeof view_), 0);
     }
     AddDisks(63);
+    ctrls_.dwPCHCtrlNum = 1;
     EXPECT_EQ(View(), 0);
     EXPECT_EQ(view_.dwHdNum, 63u);
     for (uint32_t i = 0; i < 63; ++i) {
@@ -376,6 +384,7 @@ TEST_F(HostView, ThePciAddressIsCutToTwelveCharacters) {
         {0, 0, 0, "0000:00:00.0"},
         {0x3a, 0x1f, 2, "0000:3a:1f.2"},
         {0xff, 0x1f, 7, "0000:ff:1f.7"},
+        {0xab, 0xcd, 0xe, "0000:ab:cd.e"},
         {0xff, 0x1f, 0x10, "0000:ff:1f.1"},
         {0x100, 0x1f, 7, "0000:100:1f."},
         {0xffffffff, 0xffffffff, 0xffffffff, "0000:fffffff"},

@@ -103,6 +103,13 @@ TEST_F(Pcie, TableIsReadAsFarAsItsCountSays) {
     }
 }
 
+TEST_F(Pcie, ThePointerToTheTablesCountIsNotTested) {
+    PcieAssetInfo out{};
+    recorder::Now().lock_result[12298] = -1;
+    EXPECT_EQ(MW_GetPcieAssetInfo(&out, nullptr), -1);
+    ExpectCalls("MW_GetPcieAssetInfo", {lock_, Dbg(kLockError)});
+}
+
 TEST_F(Pcie, TableIsNotReadBeyondTheSharedArea) {
     for (uint32_t stored : {kRecordsInReach + 1, 0xFFFFFFFFu}) {
         PutCount(stored);

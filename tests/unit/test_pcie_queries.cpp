@@ -45,6 +45,25 @@ std::string CheckFailed(int slot) {
 
 const uint8_t *Bytes(const PcieAssetInfo &record) { return reinterpret_cast<const uint8_t *>(&record); }
 
+struct KindQuery {
+    const char *name;
+    int32_t (*get)(uint32_t slot, PcieAssetInfo *out);
+    const char *kind;
+    int type;  // what a record must hold besides the slot; -1 any
+    int class_code;
+};
+
+const KindQuery kKindQueries[] = {
+    {"MW_GetPcieNicInfo", [](uint32_t slot, PcieAssetInfo *out) { return MW_GetPcieNicInfo(0, slot, out); }, "nic", 2,
+     2},
+    {"MW_GetPcieNicInfo", [](uint32_t slot, PcieAssetInfo *out) { return MW_GetPcieNicInfo(1, slot, out); }, "nic",
+     255, 2},
+    {"MW_GetPcieFcInfo", MW_GetPcieFcInfo, "fc", -1, 12},
+    {"MW_GetPcieGpuInfo", MW_GetPcieGpuInfo, "gpu", -1, -1},
+    {"MW_GetPcieNvmeInfo", MW_GetPcieNvmeInfo, "nvme", 255, -1},
+    {"MW_GetPcieRaidInfo", MW_GetPcieRaidInfo, "raid", -1, 1},
+};
+
 TEST_F(PcieQueries, EveryAccessorFollowsTheTemplate) {
     PutCount(4);
     PutKeys(0, 5, 2, 2);
@@ -71,10 +90,14 @@ TEST_F(PcieQueries, EveryAccessorFollowsTheTemplate) {
     for (const Accessor &accessor : accessors) CheckGuarded(accessor);
 }
 
-TEST_F(PcieQueries, OutputsOfTheQueriesByKindAndOfTheAlarmsAreNotTested) {
+TEST_F(PcieQueries, OutputsButForTheUpperListAreNotTested) {
     recorder::Now().lock_result[12298] = -1;
-    EXPECT_EQ(MW_GetPcieFcInfo(5, nullptr), -1);
-    ExpectCalls("MW_GetPcieFcInfo", {lock_, Dbg(kLockError)});
+    for (const KindQuery &query : kKindQueries) {
+        EXPECT_EQ(query.get(5, nullptr), -1);
+        ExpectCalls(query.name, {lock_, Dbg(kLockError)});
+    }
+    EXPECT_EQ(MW_GetPcieAssetInfoForUpperInterface(out_, nullptr), -1);
+    ExpectCalls("MW_GetPcieAssetInfoForUpperInterface", {lock_, Dbg(kLockError)});
     EXPECT_EQ(MW_GetPcieAssetInfoBySlot(nullptr, 5), -1);
     ExpectCalls("MW_GetPcieAssetInfoBySlot", {lock_, Dbg(kLockError)});
     EXPECT_EQ(MW_GetPcieAlarmInfoByDevTypeSlot(nullptr, 1, 5), -1);
@@ -84,25 +107,6 @@ TEST_F(PcieQueries, OutputsOfTheQueriesByKindAndOfTheAlarmsAreNotTested) {
 }
 
 // --- one card ----------------------------------------------------------------------------------------------------
-
-struct KindQuery {
-    const char *name;
-    int32_t (*get)(uint32_t slot, PcieAssetInfo *out);
-    const char *kind;
-    int type;  // what a record must hold besides the slot; -1 any
-    int class_code;
-};
-
-const KindQuery kKindQueries[] = {
-    {"MW_GetPcieNicInfo", [](uint32_t slot, PcieAssetInfo *out) { return MW_GetPcieNicInfo(0, slot, out); }, "nic", 2,
-     2},
-    {"MW_GetPcieNicInfo", [](uint32_t slot, PcieAssetInfo *out) { return MW_GetPcieNicInfo(1, slot, out); }, "nic",
-     255, 2},
-    {"MW_GetPcieFcInfo", MW_GetPcieFcInfo, "fc", -1, 12},
-    {"MW_GetPcieGpuInfo", MW_GetPcieGpuInfo, "gpu", -1, -1},
-    {"MW_GetPcieNvmeInfo", MW_GetPcieNvmeInfo, "nvme", 255, -1},
-    {"MW_GetPcieRaidInfo", MW_GetPcieRaidInfo, "raid", -1, 1},
-};
 
 std::string NotFound(const KindQuery &query, const std::string &slot) {
     return Dbg("[{S}:{L}]{F}:{L}:No " + std::string(query.kind) + " card find in slot " + slot + "\n");

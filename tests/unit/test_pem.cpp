@@ -489,6 +489,33 @@ TEST_F(PemIdentity, AProcessThatIsNotAttachedAttachesBeforeItsFirstLook) {
     }
 }
 
+TEST_F(PemIdentity, TheSearchUsesTheCountThatItFindsBelowTheSemaphore) {
+    for (const auto &row : kIdentities) {
+        SCOPED_TRACE(row.name);
+        FillArea();
+        Put<uint32_t>(Asset(2), 2);
+        Put<uint32_t>(Asset(2, row.block), 0);
+        PutText(Asset(2, row.block + 4), "third");
+        const auto count_changes_to = [&](uint32_t count) {
+            Put<uint32_t>(0, 2);
+            recorder::Now().on_call = [this, count](const recorder::Call &call) {
+                if (call.text == Lock(12292)) Put<uint32_t>(0, count);
+            };
+        };
+        count_changes_to(3);
+        EXPECT_EQ(row.get(2, text_), 0);
+        ExpectCalls(row.name, guarded_);
+        EXPECT_STREQ(text_, "third");
+        Put<uint32_t>(Asset(0), 2);
+        Put<uint32_t>(Asset(0, row.block), 0);
+        count_changes_to(0);
+        EXPECT_EQ(row.get(2, text_), -1);
+        ExpectCalls(row.name, guarded_);
+        EXPECT_STREQ(text_, "third");
+        recorder::Now().on_call = nullptr;
+    }
+}
+
 TEST_F(PemIdentity, TheFirstLookGoesThroughThePointerAsItStands) {
     alignas(8) static uint8_t elsewhere[2540];
     g_ptPemCollectAddr = elsewhere;

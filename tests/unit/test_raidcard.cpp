@@ -156,6 +156,14 @@ TEST_F(Raid, EveryPhyAccessorFollowsTheTemplate) {
     }
 }
 
+TEST_F(Raid, ThePointersToThePhyCountsAreNotTested) {
+    recorder::Now().lock_result[12294] = -1;
+    for (const PhyList &list : kLists) {
+        EXPECT_EQ(list.get(Buffer(), nullptr), -1);
+        ExpectCalls(list.getter, {Lock(12294), Dbg(kLockError)});
+    }
+}
+
 TEST_F(Raid, PhyGettersCopyAsManyRecordsAsAreStored) {
     for (const PhyList &list : kLists) {
         for (uint32_t n : {0u, 1u, list.most, list.most + 1, list.fit}) {
