@@ -130,6 +130,7 @@ TEST_F(Semaphore, WaitingEndsAfterTheTimeout) {
 TEST_F(Semaphore, IsHadAtOnceWhenTheHolderReleasesIt) {
     struct State {
         std::atomic<bool> held{false};
+        std::atomic<bool> asking{false};
         std::atomic<bool> release{false};
     };
     const Shared<State> state;
@@ -140,12 +141,14 @@ TEST_F(Semaphore, IsHadAtOnceWhenTheHolderReleasesIt) {
         EXPECT_EQ(OAL_SemUnLockByKey(kKey, 500), 0);
     });
     ASSERT_TRUE(Eventually([&] { return state->held.load(); }));
-    Process waiter(setup(), [] {
+    Process waiter(setup(), [&] {
+        state->asking = true;
         EXPECT_EQ(OAL_SemLockByKey(kKey, 3600 * 1000), 0);
         EXPECT_EQ(StatusOf(kKey).contended, 1u);
         EXPECT_EQ(OAL_SemUnLockByKey(kKey, 500), 0);
     });
-    usleep(20000);
+    ASSERT_TRUE(Eventually([&] { return state->asking.load(); }));
+    usleep(300000);  // from asking to waiting are a few instructions
     state->release = true;
     EXPECT_TRUE(waiter.Wait().Succeeded());
     EXPECT_TRUE(holder.Wait().Succeeded());
