@@ -1,4 +1,4 @@
-// The subcommands: each has a source file of its own that adds it to the program.
+// The subcommands: each has a source file of its own in commands/, which the build picks up by itself.
 #ifndef MWCTL_COMMAND_H
 #define MWCTL_COMMAND_H
 
@@ -27,10 +27,12 @@ void Fail(std::string_view text);
 // values it is given, where it is these that it refused.
 bool Change(const midware::Module *core, const std::function<int32_t()> &call, std::string_view refusal = {});
 
-void AddShow(CLI::App &app);
-void AddStatus(CLI::App &app);
-void AddSet(CLI::App &app);
-void AddDiskSlot(CLI::App &app);
+// Adds a subcommand to the program: a source file in commands/ has one at namespace scope.
+struct Command {
+    Command(std::string_view command, void (*add_it)(CLI::App &app));
+    std::string_view name;
+    void (*add)(CLI::App &app);
+};
 
 // Adds subcommands of `mwctl set`: a source file in settings/ has one at namespace scope.
 struct Settings {

@@ -1,9 +1,26 @@
 // mwctl: the operator's tool. Shows and changes the records that the processes of the controller share.
+#include <algorithm>
+#include <vector>
+
 #include "command.h"
 #include "output.h"
 #include "text.h"
 
 namespace mwctl {
+namespace {
+
+// Before main() begins, the commands' files add themselves in an order that the linker chooses.
+std::vector<Command> &Known() {
+    static std::vector<Command> commands;
+    return commands;
+}
+
+}  // namespace
+
+Command::Command(std::string_view command, void (*add_it)(CLI::App &)) : name(command), add(add_it) {
+    std::vector<Command> &known = Known();
+    known.insert(std::ranges::upper_bound(known, name, {}, &Command::name), *this);
+}
 
 int exit_code = tools::kDone;
 
@@ -27,10 +44,7 @@ int main(int argc, char **argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version", "mwctl " MIDWARE_VERSION);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
-    mwctl::AddStatus(app);
-    mwctl::AddShow(app);
-    mwctl::AddSet(app);
-    mwctl::AddDiskSlot(app);
+    for (const mwctl::Command &command : mwctl::Known()) command.add(app);
 
     try {
         app.parse(argc, argv);

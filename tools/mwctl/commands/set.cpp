@@ -28,10 +28,15 @@ bool Change(const midware::Module *core, const std::function<int32_t()> &call, s
     return false;
 }
 
+namespace {
+
 void AddSet(CLI::App &app) {
     CLI::App *set = app.add_subcommand("set", "Changes a setting");
     set->require_subcommand(1);
     for (const auto add : Known()) add(*set);
 }
 
+const Command kCommand("set", AddSet);
+
+}  // namespace
 }  // namespace mwctl

@@ -115,8 +115,6 @@ void Show() {
     for (const std::string &problem : problems) Fail(problem);
 }
 
-}  // namespace
-
 void AddShow(CLI::App &app) {
     CLI::App *show = app.add_subcommand("show", "Reads records and prints them");
     show->add_option("MODULE", options.modules,
@@ -129,4 +127,7 @@ void AddShow(CLI::App &app) {
     show->callback(Show);
 }
 
+const Command kCommand("show", AddShow);
+
+}  // namespace
 }  // namespace mwctl

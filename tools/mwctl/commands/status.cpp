@@ -72,8 +72,6 @@ void Status() {
     if (missing != 0) Fail(fmt::format("{} of the module semaphores are missing: run midware-init", missing));
 }
 
-}  // namespace
-
 void AddStatus(CLI::App &app) {
     CLI::App *status =
         app.add_subcommand("status", "Shows the shared area, its module areas and their semaphores");
@@ -83,4 +81,7 @@ void AddStatus(CLI::App &app) {
     status->callback(Status);
 }
 
+const Command kCommand("status", AddStatus);
+
+}  // namespace
 }  // namespace mwctl

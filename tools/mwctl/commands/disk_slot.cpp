@@ -264,8 +264,6 @@ void AddListCommand(CLI::App &app) {
     });
 }
 
-}  // namespace
-
 void AddDiskSlot(CLI::App &app) {
     CLI::App *command =
         app.add_subcommand("disk-slot", "Custom slot numbers and labels of the disks behind the PCH");
@@ -275,4 +273,7 @@ void AddDiskSlot(CLI::App &app) {
     AddListCommand(*command);
 }
 
+const Command kCommand("disk-slot", AddDiskSlot);
+
+}  // namespace
 }  // namespace mwctl
