@@ -171,7 +171,7 @@ void AddSetCommand(cli::App &app) {
         command->add_option("--label", label, "What is printed beside the drive bay")->check(Label());
     command->callback([with_slot, with_label] {
         if (with_slot->count() + with_label->count() == 0) {
-            throw cli::UsageError("disk-slot set: one of --slot and --label");
+            throw cli::UsageError("disk-slot set: one of --slot and --label is required");
         }
         PchDiskCustomCfg disk = ConfigOf(place);
         std::string done;
