@@ -66,4 +66,6 @@ function(midware_install_package)
 
     install(FILES README.md docs/architecture.md docs/platform.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
+        COMPONENT development USE_SOURCE_PERMISSIONS)
 endfunction()
