@@ -1,4 +1,4 @@
-/* The smallest platform that a controller could link: the region and the semaphores are files below $CONTROLLER_DIR,
+/* The smallest platform that a controller could link: the region and the semaphores are files below $MIDWARE_ROOT,
  * messages go to standard error, and there are no settings: no INI file can be read. A semaphore is a lock of the kernel on
  * an open file, so it is released when its holder dies. */
 #define _GNU_SOURCE
@@ -29,7 +29,7 @@ static struct {
 static int open_object(const char *kind, uint32_t key, int flags)
 {
     char path[4096];
-    const char *dir = getenv("CONTROLLER_DIR");
+    const char *dir = getenv("MIDWARE_ROOT");
 
     snprintf(path, sizeof path, "%s/%s-%u", dir != NULL ? dir : "/run", kind, (unsigned)key);
     return open(path, flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0660);
@@ -37,13 +37,24 @@ static int open_object(const char *kind, uint32_t key, int flags)
 
 /* --- oal.h --- */
 
+/* An existing region of that size stays as it is. The memory is there or the region is not: writing to it cannot fail. */
 int32_t OAL_CreatMemResource(uint32_t key, uint32_t size)
 {
     int fd = open_object("region", key, O_CREAT);
-    int done = fd >= 0 && ftruncate(fd, (off_t)size) == 0;
+    struct stat status;
+    int done = 0;
 
-    if (fd >= 0)
-        close(fd);
+    if (fd < 0)
+        return -1;
+    if (fstat(fd, &status) == 0) {
+        if (status.st_size != 0)
+            done = status.st_size == (off_t)size;
+        else if (posix_fallocate(fd, 0, (off_t)size) == 0)
+            done = 1;
+        else if (ftruncate(fd, 0) != 0)
+            perror("the region is half made");
+    }
+    close(fd);
     return done && OAL_SemCreate(key) == 0 ? 0 : -1;
 }
 
