@@ -105,6 +105,10 @@ Json ToJson(const Reading &reading) {
 
 }  // namespace
 
+nlohmann::ordered_json ToJson(const Layout &layout, const std::byte *bytes) {
+    return ToJson(layout, bytes, Chosen::kAll);
+}
+
 nlohmann::ordered_json ToJson(const ModuleReading &reading) {
     Json json = Json::object();
     for (const Reading &record : reading.records) json[std::string(record.record->name)] = ToJson(record);

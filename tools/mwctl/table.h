@@ -490,6 +490,7 @@ struct Module {
     const midware::Module *core;  // whose semaphore its records are read under; NULL when they differ
     std::span<const Record> records;
     const Layout *area = nullptr;  // the module's whole area, for views of its bytes
+    std::span<const Layout *const> passed{};  // records that functions take or hand out, but that are not stored
 };
 
 // Makes a module known.
@@ -500,6 +501,9 @@ struct Plug {
 // All that are known, in the order in which they are shown.
 const std::vector<Module> &Modules();
 const Module *FindModule(std::string_view name);
+
+// The layout of the record with this name, nested ones included; NULL when there is none.
+const Layout *FindLayout(std::string_view name);
 
 // The field MODULE.RECORD.FIELD, of a nested record MODULE.RECORD.FIELD.FIELD and so on; NULL when there is
 // none.

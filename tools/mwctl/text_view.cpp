@@ -354,6 +354,12 @@ void AppendRecord(std::string &out, const Reading &reading, Extent extent) {
 
 }  // namespace
 
+std::string ToText(const Reading &reading, Extent extent) {
+    std::string out;
+    AppendRecord(out, reading, extent);
+    return out;
+}
+
 std::string ToText(const ModuleReading &reading, Extent extent) {
     std::string out = fmt::format("{} ({})\n", reading.module->label, reading.module->name);
     for (const Reading &record : reading.records) AppendRecord(out, record, extent);

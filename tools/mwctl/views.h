@@ -11,6 +11,10 @@ namespace mwctl {
 // How much of a record people see that has a line for each of its slots.
 enum class Extent : uint8_t { kLine, kAll };
 
+// One record with a heading and its content, indented; the same rules.
+std::string ToText(const Reading &reading, Extent extent);
+nlohmann::ordered_json ToJson(const Layout &layout, const std::byte *bytes);
+
 // For people: aligned lines and tables, empty texts and empty reserved bytes left out. What came from the
 // records is escaped.
 std::string ToText(const ModuleReading &reading, Extent extent);

@@ -122,6 +122,18 @@ struct PchCounts {
 MW_RECORD(PchCounts,
           MW_FIELD(dwPCHDiskNum, "disks").Get<MW_GetPCHDiskCount>(),
           MW_FIELD(dwPCHCtrlNum, "controllers").Get<MW_GetPCHCtrlCount>());
+
+MW_RECORD(PchDiskCustomCfg,
+          MW_FIELD(dwBus, "bus").Hex(),
+          MW_FIELD(dwDev, "device").Hex(),
+          MW_FIELD(dwFunc, "function").Hex(),
+          MW_FIELD(ucCpuId, "processor"),
+          MW_FIELD(ucPort, "port"),
+          MW_FIELD(ucCfgType, "setting"),
+          MW_FIELD(ucSlot, "slot").NoValue(),
+          MW_FIELD(ucReserved, ""),
+          MW_FIELD(acSilkInfo, "label"),
+          MW_FIELD(aucPad, ""));
 // clang-format on
 
 namespace {
@@ -231,7 +243,9 @@ constexpr Record kRecords[] = {
         .Row<StoredCells>()
         .Numbered("disk", 0),
 };
-const Plug plug{{"disks", "Disks behind the PCH", &midware::kPch, kRecords, &kLayout<PchArea>}};
+constexpr const Layout *kPassed[] = {&kLayout<PchDiskCustomCfg>};
+const Plug plug{
+    {"disks", "Disks behind the PCH", &midware::kPch, kRecords, &kLayout<PchArea>, kPassed}};
 
 }  // namespace
 }  // namespace mwctl

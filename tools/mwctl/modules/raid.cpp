@@ -1,6 +1,7 @@
 // RAID controllers, the disks and logical drives behind them, NVMe devices; and the disk backplanes, which
 // lie in the same area.
 #include "disks.h"
+#include "midware/pch.h"
 #include "pci.h"
 #include "raidcard/hov_midraidcard.h"
 
@@ -192,6 +193,11 @@ MW_RECORD(HdAssetInfo,
           MW_FIELD(dwHdNum, "disks"),
           MW_FIELD(dwReserved, ""),
           MW_FIELD(atHd, "disk").CountedBy(offsetof(HdAssetInfo, dwHdNum)));
+
+MW_RECORD(HostPchHdInfo,
+          MW_FIELD(dwHdNum, "disks"),
+          MW_FIELD(aucReserved, ""),
+          MW_FIELD(atHd, "disk").CountedBy(offsetof(HostPchHdInfo, dwHdNum)));
 
 MW_RECORD(LdAssetEntry,
           MW_FIELD(dwLdId, "number"),
@@ -413,8 +419,9 @@ constexpr Record kRaidRecords[] = {
     List<NvmePhyInfo, MW_GetNvmePhyInfo>("nvme-links", "Links of NVMe devices", MW_NVME_PHY_MAX)
         .Numbered("place", 0),
 };
-const Plug raid{
-    {"raid", "RAID controllers and their disks", &midware::kRaid, kRaidRecords, &kLayout<RaidArea>}};
+constexpr const Layout *kPassed[] = {&kLayout<HostPchHdInfo>};
+const Plug raid{{"raid", "RAID controllers and their disks", &midware::kRaid, kRaidRecords,
+                 &kLayout<RaidArea>, kPassed}};
 
 constexpr Record kBackplaneRecords[] = {
     Words<BackplanePower>("totals", "Totals"),
