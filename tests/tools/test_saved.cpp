@@ -2,10 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
+#include <cstring>
 
 #include "midware.h"
-#include "oal.h"
 #include "saved_area.h"
 #include "tools_test.h"
 
@@ -40,20 +39,9 @@ class Saved : public ToolsTest {
         return RunProcess(other_, [&] { Execute(arguments); });
     }
 
-    // Holds the semaphore of the fans for as long as the result lives.
-    Process HoldSemaphore(uint32_t key) {
-        Process holder(setup_, [this, key] {
-            *held_ = OAL_SemLockByKey(key, 500) == 0;
-            Forever();
-        });
-        EXPECT_TRUE(Eventually([&] { return *held_ == 1; }));
-        return holder;
-    }
-
     TempDir elsewhere_;
     TempDir temporary_;
     ProcessSetup other_ = InRoot(elsewhere_);
-    Shared<int> held_;
     const std::string file_ = dir_ / "area.mw";
 };
 
@@ -283,9 +271,11 @@ class Refused : public Saved {
         ASSERT_EQ(good_.size(), kWhole);
     }
 
-    void Expect(const std::string &bytes, const std::string &problem) {
-        WriteFile(file_, bytes);
-        ExpectRefused(Mwctl({"--from", file_, "show"}), 1, "mwctl: " + file_ + ": " + problem + "\n");
+    // The fingerprint is that of this very program.
+    void Expect(const std::string &bytes, const std::string &problem) const {
+        uint64_t fingerprint = 0;
+        std::memcpy(&fingerprint, good_.data() + 24, sizeof fingerprint);
+        EXPECT_EQ(mwctl::ParseSavedArea(std::as_bytes(std::span(bytes)), fingerprint).problem, problem);
     }
     std::string With(size_t at, char byte) const {
         std::string bytes = good_;
@@ -324,6 +314,15 @@ TEST_F(Refused, AFileThatIsCutOff) {
         Expect(good_.substr(0, size), "it is cut off: it has " + std::to_string(size) + " of " +
                                           std::to_string(kWhole) + " bytes: " + kCopyAgain);
     }
+}
+
+TEST_F(Refused, EveryCommandNamesTheFile) {
+    WriteFile(file_, good_.substr(0, kWhole - 1));
+    const std::string problem = "mwctl: " + file_ + ": it is cut off: it has " + std::to_string(kWhole - 1) +
+                                " of " + std::to_string(kWhole) + " bytes: " + kCopyAgain + "\n";
+    ExpectRefused(Mwctl({"--from", file_, "show"}), 1, problem);
+    ExpectRefused(Mwctl({"load", file_, "--yes"}), 1, problem);
+    ExpectRefused(Mwctl({"diff", file_}), 2, problem);
 }
 
 TEST_F(Refused, AFileThatIsTooLong) {
