@@ -185,7 +185,7 @@ void AddCall(CLI::App &app) {
     command->callback([command] { Run(command); });
 }
 
-const Command kCommand("call", AddCall);
+const Command kCommand("call", AddCall, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl
