@@ -111,6 +111,14 @@ nlohmann::ordered_json ToJson(const ModuleReading &reading) {
     return json;
 }
 
+Json ValueJson(const Field &field, const std::byte *bytes, uint32_t index) {
+    return Element(field, bytes, index);
+}
+
+std::string DocumentLine(const Json &json) {
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
+}
+
 std::string Document(const nlohmann::ordered_json &json) {
     return json.dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
 }

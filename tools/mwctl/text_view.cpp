@@ -354,6 +354,14 @@ void AppendRecord(std::string &out, const Reading &reading, Extent extent) {
 
 }  // namespace
 
+std::string ValueText(const Field &field, const std::byte *bytes, uint32_t index) {
+    Field told = field;
+    told.quiet_zero = false;
+    told.quiet_none = false;
+    std::string text = Shown(told, bytes, index);
+    return text.empty() ? "none" : text;
+}
+
 std::string ToText(const ModuleReading &reading, Extent extent) {
     std::string out = fmt::format("{} ({})\n", reading.module->label, reading.module->name);
     for (const Reading &record : reading.records) AppendRecord(out, record, extent);

@@ -20,8 +20,14 @@ std::string ToText(const ModuleReading &reading, Extent extent);
 // not be read is null.
 nlohmann::ordered_json ToJson(const ModuleReading &reading);
 
+// One value, an element of a field: for people, also where a view leaves it out, and for JSON.
+std::string ValueText(const Field &field, const std::byte *bytes, uint32_t index);
+nlohmann::ordered_json ValueJson(const Field &field, const std::byte *bytes, uint32_t index);
+
 // A document as text: ASCII alone, whatever the records' texts hold.
 std::string Document(const nlohmann::ordered_json &json);
+// The same in one line.
+std::string DocumentLine(const nlohmann::ordered_json &json);
 
 }  // namespace mwctl
 
