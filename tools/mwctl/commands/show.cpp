@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "area.h"
+#include "arguments.h"
 #include "command.h"
 #include "output.h"
 #include "views.h"
@@ -19,17 +20,6 @@ struct Options {
     std::string_view requested{};  // the option that replaces the usual records by others
 };
 Options options;
-
-std::string NamesOfModules() {
-    std::vector<std::string_view> names;
-    for (const Module &module : Modules()) names.push_back(module.name);
-    return fmt::format("{}", fmt::join(names, ", "));
-}
-
-std::string CheckModule(const std::string &name) {
-    if (FindModule(name) != nullptr) return {};
-    return fmt::format("there is no module '{}'; there are {}", name, NamesOfModules());
-}
 
 bool HasRequested(const Module &module) {
     return std::any_of(module.records.begin(), module.records.end(),
