@@ -65,12 +65,14 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
-std::string Printable(std::string_view text) {
+std::string Printable(std::string_view text) { return Printable(text, locale_is_utf8); }
+
+std::string Printable(std::string_view text, bool utf8) {
     std::string out;
     while (!text.empty()) {
         const Decoded next = Decode(text);
         const size_t length = next.length == 0 ? 1 : next.length;
-        if (next.length != 0 && IsPlain(next.point) && (next.point < 0x80 || locale_is_utf8)) {
+        if (next.length != 0 && IsPlain(next.point) && (next.point < 0x80 || utf8)) {
             out += text.substr(0, length);
         } else {
             for (const char c : text.substr(0, length))
@@ -95,6 +97,15 @@ size_t Columns(std::string_view text) {
         text.remove_prefix(next.length == 0 ? 1 : next.length);
     }
     return columns;
+}
+
+std::string Cut(std::string text, size_t columns) {
+    if (Columns(text) <= columns) return text;
+    while (!text.empty() && Columns(text) + 1 > columns) {
+        while (text.size() > 1 && (text.back() & 0xC0) == 0x80) text.pop_back();
+        text.pop_back();
+    }
+    return columns == 0 ? "" : text + "~";
 }
 
 std::optional<uint64_t> ParseNumber(std::string_view text) {
