@@ -278,6 +278,15 @@ TEST_F(Completion, OffersModulesAndTheWordsOfAnArgument) {
     EXPECT_EQ(Complete("mwctl set ntp-interval \"\""), Offered{});
 }
 
+TEST_F(Completion, OffersRecordsAndTheirFields) {
+    EXPECT_EQ(Complete("mwctl show memory.t"),
+              (Offered{"memory.temperatures", "memory.threshold", "memory.totals"}));
+    EXPECT_EQ(Complete("mwctl show memory.temperatures.dw").count("memory.temperatures.dwDimmNum"), 1u);
+    EXPECT_EQ(Complete("mwctl watch fa"), Offered{"fan"});
+    EXPECT_EQ(Complete("mwctl watch fan."), Offered{});
+    EXPECT_EQ(Complete("mwctl layout fi"), Offered{"firmware"});
+}
+
 TEST_F(Completion, OffersFunctions) {
     EXPECT_EQ(Complete("mwctl call MW_GetNt"), Offered{"MW_GetNtpInfo"});
     EXPECT_EQ(Complete("mwctl call --json MW_GetThermalPo"),
@@ -291,6 +300,11 @@ TEST_F(Completion, OffersFilesAndDirectories) {
     std::filesystem::create_directory(dir_ / "polar");
     EXPECT_EQ(Complete("mwctl call MW_SetThermalPolicy @pol"), (Offered{"@policy.json", "@polar"}));
     EXPECT_EQ(Complete("mwcollect --root pol"), Offered{"polar"});
+    EXPECT_EQ(Complete("mwctl save pol"), (Offered{"policy.json", "polar"}));
+    EXPECT_EQ(Complete("mwctl diff a pol"), (Offered{"policy.json", "polar"}));
+    EXPECT_EQ(Complete("mwctl --from pol"), (Offered{"policy.json", "polar"}));
+    EXPECT_EQ(Complete("mwctl --from a show --up"), Offered{"--upper"});
+    EXPECT_EQ(Complete("mwctl metrics --output pol"), (Offered{"policy.json", "polar"}));
 }
 
 TEST_F(Completion, OffersCollectorsOneAfterTheOther) {

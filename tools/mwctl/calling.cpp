@@ -1,13 +1,11 @@
 #include "calling.h"
 
 #include <fmt/format.h>
-#include <strings.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <nlohmann/json.hpp>
-#include <numeric>
 
 #include "area.h"
 #include "console.h"
@@ -20,29 +18,6 @@ namespace {
 
 // A list getter stops at the end of the area; one adds the records of up to 64 cards to that.
 constexpr size_t kRoom = 2 * size_t{MW_AREA_SIZE};
-
-std::string Lower(std::string_view text) {
-    std::string lower(text);
-    for (char &c : lower) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
-}
-
-// How many letters have to be added, removed or exchanged (Levenshtein).
-size_t Distance(std::string_view a, std::string_view b) {
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < a.size(); ++i) {
-        size_t diagonal = row[0]++;
-        for (size_t j = 0; j < b.size(); ++j) {
-            const size_t exchanged = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({row[j] + 1, diagonal + 1, exchanged});
-        }
-    }
-    return row.back();
-}
 
 // The file's content; "-" is standard input.
 std::string Content(const std::string &path) {
@@ -107,13 +82,12 @@ const Function *FindFunction(std::string_view name) {
 
 std::vector<std::string_view> SimilarFunctions(std::string_view name) {
     constexpr size_t kMost = 3;
-    const std::string wanted = Lower(name);
     std::vector<std::pair<size_t, std::string_view>> near;
     for (const Function &function : Functions()) {
-        const std::string other = Lower(function.name);
-        const bool contains = wanted.size() >= 4 && other.find(wanted) != other.npos;
-        const size_t distance = contains ? 0 : Distance(wanted, other);
-        if (distance <= std::max<size_t>(2, wanted.size() / 6)) near.emplace_back(distance, function.name);
+        const bool contains = name.size() >= 4 && strcasestr(std::string(function.name).c_str(),
+                                                             std::string(name).c_str()) != nullptr;
+        const size_t distance = contains ? 0 : tools::Distance(name, function.name);
+        if (distance <= std::max<size_t>(2, name.size() / 6)) near.emplace_back(distance, function.name);
     }
     std::ranges::stable_sort(near, {}, [](const auto &one) { return one.first; });
     if (near.size() > kMost) near.resize(kMost);

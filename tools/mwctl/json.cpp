@@ -122,6 +122,10 @@ nlohmann::ordered_json ToJson(const ModuleReading &reading) {
     return json;
 }
 
+std::string DocumentLine(const Json &json) {
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
+}
+
 std::string Document(const nlohmann::ordered_json &json) {
     return json.dump(2, ' ', true, Json::error_handler_t::replace) + '\n';
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <numeric>
 
 #include "source.h"
 #include "text.h"
@@ -43,27 +42,12 @@ struct Way {
     std::vector<Member> members{};
 };
 
-// How many letters have to be changed, added or removed.
-size_t Distance(std::string_view a, std::string_view b) {
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < a.size(); ++i) {
-        size_t diagonal = row[0]++;
-        for (size_t j = 0; j < b.size(); ++j) {
-            const size_t changed = diagonal + (std::tolower(a[i]) != std::tolower(b[j]));
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
 std::string NoSuch(std::string_view what, std::string_view name, std::string_view where,
                    const std::vector<std::string_view> &names) {
     const std::string begin = fmt::format("there is no {} '{}' in {}", what, name, where);
     const auto nearest =
-        std::ranges::min_element(names, {}, [&](auto known) { return Distance(name, known); });
-    if (nearest != names.end() && Distance(name, *nearest) <= 1 + name.size() / 4) {
+        std::ranges::min_element(names, {}, [&](auto known) { return tools::Distance(name, known); });
+    if (nearest != names.end() && tools::Distance(name, *nearest) <= 1 + name.size() / 4) {
         return fmt::format("{}; there is {}", begin, *nearest);
     }
     return fmt::format("{}; there are {}", begin, fmt::join(names, ", "));

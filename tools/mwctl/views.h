@@ -36,6 +36,8 @@ std::string ToHex(const std::string &path, const Layout &layout, const std::byte
 
 // A document as text: ASCII alone, whatever the records' texts hold.
 std::string Document(const nlohmann::ordered_json &json);
+// The same in one line.
+std::string DocumentLine(const nlohmann::ordered_json &json);
 
 }  // namespace mwctl
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "area.h"
+#include "arguments.h"
 #include "command.h"
 #include "layout.h"
 #include "output.h"
@@ -27,12 +28,6 @@ struct Options {
 Options options{};
 
 using Json = nlohmann::ordered_json;
-
-std::string NamesOfModules() {
-    std::vector<std::string_view> names;
-    for (const Module &module : Modules()) names.push_back(module.name);
-    return fmt::format("{}", fmt::join(names, ", "));
-}
 
 // The values that a path leads to, a line each.
 std::string ToText(const PathReading &reading) {
