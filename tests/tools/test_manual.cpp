@@ -83,7 +83,10 @@ TEST_F(Manual, HasEveryCommandAndOptionOfMwctlAndNoOther) {
     for (const auto &[command, has] : options) {
         SCOPED_TRACE("mwctl " + command);
         ASSERT_TRUE(page.contains(command));
-        EXPECT_EQ(page.at(command), has);
+        std::set<std::string> own = has;  // what goes with every command is told once
+        if (!command.empty())
+            std::erase_if(own, [&](const auto &option) { return options[""].contains(option); });
+        EXPECT_EQ(page.at(command), own);
     }
     EXPECT_EQ(page.size(), options.size());
 }
@@ -124,7 +127,8 @@ TEST_F(Manual, EveryHeaderAndEveryExportedNameHasItsPage) {
 }
 
 TEST_F(Manual, APageTellsWhatTheHeaderTells) {
-    const Outcome page = Shell("mandoc -Tascii " PAGES "/midware_fan.3 | col -b");
+    Outcome page = Shell("mandoc -Tascii " PAGES "/midware_fan.3");
+    for (size_t at; (at = page.out.find('\b')) != std::string::npos;) page.out.erase(at - 1, 2);  // bold
     for (const char *text :
          {"midware_fan, MW_GetFanOnlinePhyInfo", "MW_SetFanCount(uint32_t dwCount);",
           "Stores the number of fans.", "dwIndex\n", "0-based; above 15: -1 before attaching",

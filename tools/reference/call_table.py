@@ -4,7 +4,7 @@
 import re
 import textwrap
 
-from headers import NUMBERS, NotUnderstood, blocks, documentation, main, read_headers
+from headers import NUMBERS, Function, NotUnderstood, blocks, documentation, main, read_headers
 
 
 def read_arguments(path):
@@ -86,7 +86,7 @@ def run(arguments):
     for header in read_headers(paths):
         for item in header.items:
             for function in item.declarations:
-                if not hasattr(function, "parameters"):
+                if not isinstance(function, Function):
                     continue
                 where = f"{header.path}:{function.line}"
                 given = [describe(function, i, told, where) for i in range(len(function.parameters))]

@@ -35,12 +35,12 @@ def described(comment, parameters=None):
 
 
 def with_field_comments(source):
-    """A record whose comments belong to the field that they stand behind, or above."""
+    """A record or constant whose comments belong to what they stand behind, or above."""
     def turned(match):
-        before, text = match[1], escaped(" ".join(comment_text(match[2]).split()))
-        return f"{before}/**{'<' if before.strip() else ''} {text} */"
-    return re.sub(r"([;,{]?[ \t]*)(/\*.*?\*/)",
-                  lambda m: turned(m) if m[1].strip() in (";", "") else m[0], source, flags=re.S)
+        above = not source[source.rfind("\n", 0, match.start()) + 1:match.start()].strip()
+        text = escaped(" ".join(comment_text(match[0]).split()))
+        return f"/**{'' if above else '<'} {text} */"
+    return re.sub(r"/\*.*?\*/", turned, source, flags=re.S)
 
 
 def run(arguments):

@@ -130,7 +130,7 @@ def read_header(path):
     with open(path, encoding="utf-8") as file:
         text = file.read()
     name = re.sub(r".*/|\.h$", "", path)
-    items, comment, comment_line, group, position = [], None, 0, None, 0
+    items, comment, group, position = [], None, None, 0
     newline_since = False  # since the last declaration
 
     def flush():
@@ -171,7 +171,7 @@ def read_header(path):
                 group.remarks[group.declarations[-1].name] = comment_text(word)
                 continue
             flush()
-            comment, comment_line, group = comment_text(word), line, None
+            comment, group = comment_text(word), None
         elif kind == "directive":
             word = word.strip()
             if re.match(r"#\s*define\s+\w+\s+\S", word):
