@@ -30,7 +30,8 @@ need() {
     rm -f "$log"
 }
 
-BUILD_PACKAGES="cmake ninja-build gcc g++ libc6-dev libsimpleini-dev libcli11-dev libfmt-dev nlohmann-json3-dev"
+BUILD_PACKAGES="cmake ninja-build gcc g++ libc6-dev libsimpleini-dev libcli11-dev libfmt-dev nlohmann-json3-dev \
+    libncurses-dev python3"
 
 # Runs a command and shows its output only when it fails.
 quietly() {

@@ -19,8 +19,6 @@ std::atomic<Control *> g_control{nullptr};
 
 namespace {
 
-constexpr char kName[] = "midware-locks";
-
 void *Map(int fd) {
     void *at = mmap(nullptr, sizeof(Control), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     return at == MAP_FAILED ? nullptr : at;
@@ -124,8 +122,8 @@ Control *MapControl(bool create) {
     if (Control *mapped = MappedControl()) return mapped;
 
     Path path;
-    if (!ObjectPlace(kName, path)) {
-        Say("%s cannot be placed: %s", kName, hov_strerror_s(errno));
+    if (!ObjectPlace(kControlName, path)) {
+        Say("%s cannot be placed: %s", kControlName, hov_strerror_s(errno));
         return nullptr;
     }
     Control *control = MapSegment(path);

@@ -16,6 +16,8 @@
 
 namespace platform {
 
+inline constexpr char kControlName[] = "midware-locks";
+
 struct ControlHeader {
     char magic[8];
     uint32_t version;
@@ -47,6 +49,12 @@ struct alignas(64) Slot {
     std::atomic<uint32_t>
         region_size;  // of the shared-memory region of the same key; 0 until that is complete
 
+    // When somebody first saw that a turn was going on, which waits and looks leave: in milliseconds of the
+    // monotonic clock, low word first. Taking a free semaphore costs no clock that way. The words are not
+    // written at once: the sum over them and the turn says that they belong together.
+    std::atomic<uint32_t> seen_at[2];
+    std::atomic<uint32_t> seen_sum;
+
     // The processes that lately tried to take it, by their number's low bits, at which turn, and whether they
     // wait: one that dies between taking the mutex and storing its numbers is found here.
     struct alignas(64) User {
@@ -75,7 +83,7 @@ struct Control {
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4);
 
 inline constexpr ControlHeader kHeader = {
-    {'M', 'I', 'D', 'W', 'L', 'O', 'C', 'K'}, 1, sizeof(void *), sizeof(pthread_mutex_t), sizeof(Control)};
+    {'M', 'I', 'D', 'W', 'L', 'O', 'C', 'K'}, 2, sizeof(void *), sizeof(pthread_mutex_t), sizeof(Control)};
 
 extern std::atomic<Control *> g_control;
 

@@ -15,6 +15,8 @@
 #include "hov_slibc.h"
 #include "oal.h"
 #include "oal_status.h"
+#include "objects.h"
+#include "paths.h"
 #include "say.h"
 
 namespace platform {
@@ -54,6 +56,34 @@ inline void BecomeHolder(Slot &slot, const Self &me) {
 bool IsHeldBy(const Slot &slot, const Self &me) {
     return (slot.turns.load(std::memory_order_acquire) & 1) != 0 && slot.tid.load(kRelaxed) == me.tid &&
            slot.pid.load(kRelaxed) == me.pid;
+}
+
+uint32_t SumOf(uint32_t turns, uint32_t low, uint32_t high) {
+    uint32_t sum = 0x9E3779B9u;
+    for (const uint32_t word : {turns, low, high}) sum = (sum ^ word) * 0x85EBCA6Bu ^ (sum >> 15);
+    return sum;
+}
+
+// For how many milliseconds at least the present turn has been going on: since somebody first saw it, which
+// is now when nobody did. 0 when it is free.
+int64_t HeldFor(Slot &slot) {
+    const uint32_t turns = slot.turns.load(std::memory_order_acquire);
+    if ((turns & 1) == 0) return 0;
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    const uint64_t now =
+        static_cast<uint64_t>(time.tv_sec) * 1000 + static_cast<uint64_t>(time.tv_nsec) / 1000000;
+    const uint32_t low = slot.seen_at[0].load(kRelaxed);
+    const uint32_t high = slot.seen_at[1].load(kRelaxed);
+    if (slot.seen_sum.load(kRelaxed) == SumOf(turns, low, high)) {
+        const uint64_t seen = static_cast<uint64_t>(high) << 32 | low;
+        return seen < now ? static_cast<int64_t>(now - seen) : 0;
+    }
+    const uint32_t words[2] = {static_cast<uint32_t>(now), static_cast<uint32_t>(now >> 32)};
+    slot.seen_at[0].store(words[0], kRelaxed);
+    slot.seen_at[1].store(words[1], kRelaxed);
+    slot.seen_sum.store(SumOf(turns, words[0], words[1]), kRelaxed);
+    return 0;
 }
 
 enum class Life { kGone, kZombie, kExiting, kAlive };
@@ -156,6 +186,7 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
     if (busy && timeout_ms == 0) answer = ETIMEDOUT;
     if (busy && timeout_ms > 0) {
         waits.store(1, kRelaxed);
+        HeldFor(slot);
         answer = LockWithin(&slot.mutex, timeout_ms);
     }
     const bool taken = answer == 0 || answer == EOWNERDEAD;
@@ -249,6 +280,43 @@ int32_t hov_CustomPchDiskSemUnLock(void) {
     return slot != nullptr ? UnlockSlot(*slot) : -1;
 }
 
+int32_t OAL_GetPath(const char *path, char *out, uint32_t size) {
+    Path place;
+    if (out == nullptr || !Place(path, place)) {
+        if (out == nullptr) errno = EINVAL;
+        return -1;
+    }
+    const size_t length = strlen(place);
+    if (length >= size) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    memcpy(out, place, length + 1);
+    return 0;
+}
+
+int32_t OAL_GetLocksFormat(OalLocksFormat *found, OalLocksFormat *expected) {
+    if (found == nullptr || expected == nullptr) {
+        errno = EINVAL;
+        return -1;
+    }
+    const auto format = [](const ControlHeader &header) {
+        return OalLocksFormat{header.version, header.word_size, header.lock_size, header.size};
+    };
+    *found = {};
+    *expected = format(kHeader);
+    Path path;
+    if (!ObjectPlace(kControlName, path)) return -1;
+    struct stat status;
+    const Fd fd = OpenRegular(path, O_RDONLY, &status);
+    if (!fd) return -1;
+    ControlHeader header{};
+    if (pread(fd.get(), &header, sizeof header, 0) == sizeof header &&
+        memcmp(header.magic, kHeader.magic, sizeof header.magic) == 0)
+        *found = format(header);
+    return 0;
+}
+
 int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status) {
     if (status == nullptr) {
         errno = EINVAL;
@@ -257,7 +325,7 @@ int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status) {
     *status = {};
     Control *control = MapControl(false);
     if (control == nullptr) return -1;
-    const Slot *slot =
+    Slot *slot =
         key == OAL_CUSTOM_DISK_LOCK_KEY ? &control->slots[Control::kDiskSlot] : FindSlot(*control, key);
     if (slot == nullptr || slot->created.load(kRelaxed) == 0) return 0;
 
@@ -275,6 +343,7 @@ int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status) {
     if (status->held != 0) {
         status->holder_pid = status->last_pid;
         status->holder_tid = status->last_tid;
+        status->held_for_ms = HeldFor(*slot);
     }
     status->contended = slot->contended.load(kRelaxed);
     status->timed_out = slot->timed_out.load(kRelaxed);

@@ -35,6 +35,21 @@ TEST_F(Library, LoadingItDoesNothing) {
     EXPECT_EQ(FilesIn(root_.path()).size(), 0u);
 }
 
+TEST_F(Library, ToldPathsLieBelowTheRoot) {
+    In([this] {
+        char path[PATH_MAX] = "";
+        EXPECT_EQ(OAL_GetPath("/conf/ext/a.ini", path, sizeof path), 0);
+        EXPECT_EQ(path, Place("/conf/ext/a.ini"));
+        EXPECT_LT(OAL_GetPath("/conf", path, 5), 0);
+        EXPECT_EQ(errno, ENAMETOOLONG);
+        for (const char *refused : {"conf", "/a/../b"}) {
+            EXPECT_LT(OAL_GetPath(refused, path, sizeof path), 0);
+            EXPECT_EQ(errno, EINVAL);
+        }
+        EXPECT_LT(OAL_GetPath("/conf", nullptr, 5), 0);
+    });
+}
+
 TEST_F(Library, ProgramsWithOtherRightsIgnoreTheEnvironment) {
     SKIP_UNLESS_ROOT();
     if (!DeathIsReported()) GTEST_SKIP() << "user-mode emulation cannot run a program with other rights";

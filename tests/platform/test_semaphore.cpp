@@ -293,6 +293,35 @@ TEST_F(Semaphore, ItsStatusTellsTheHolder) {
     });
 }
 
+TEST_F(Semaphore, ItsStatusTellsForHowLongAtLeastItHasBeenHeld) {
+    const Process holder = Holder(kKey);
+    In([] {
+        EXPECT_EQ(StatusOf(kOtherKey).held_for_ms, 0);
+        StatusOf(kKey);  // the first look, unless the one before was another
+        EXPECT_TRUE(Eventually([] { return StatusOf(kKey).held_for_ms >= 20; }));
+    });
+}
+
+TEST_F(Semaphore, AWaitThatTimedOutTellsForHowLongItWasHeld) {
+    const Process holder = Holder(kKey);
+    In([] {
+        EXPECT_LT(OAL_SemLockByKey(kKey, 30), 0);
+        EXPECT_GE(StatusOf(kKey).held_for_ms, 29);
+    });
+}
+
+TEST_F(Semaphore, ANewTurnIsNotTakenForTheOneThatWasSeen) {
+    In([] {
+        ASSERT_EQ(OAL_SemLockByKey(kKey, 0), 0);
+        StatusOf(kKey);
+        ASSERT_TRUE(Eventually([] { return StatusOf(kKey).held_for_ms >= 5; }));
+        ASSERT_EQ(OAL_SemUnLockByKey(kKey, 0), 0);
+        EXPECT_EQ(StatusOf(kKey).held_for_ms, 0);
+        ASSERT_EQ(OAL_SemLockByKey(kKey, 0), 0);
+        EXPECT_EQ(StatusOf(kKey).held_for_ms, 0);
+    });
+}
+
 // --- forks
 // -------------------------------------------------------------------------------------------------------
 
@@ -571,8 +600,35 @@ TEST_F(ForeignLocks, OfAnotherLockTypeAreRefused) {
 }
 
 TEST_F(ForeignLocks, OfAnotherVersionAreRefused) {
-    Forge(8, 2);
-    ExpectRefused("its layout has version 2, this program's 1");
+    Forge(8, 1);
+    ExpectRefused("its layout has version 1, this program's 2");
+}
+
+TEST_F(ForeignLocks, TheirFormatIsToldBesideOurs) {
+    Forge(12, kOtherBits / 8);
+    const Outcome outcome = In([] {
+        OalLocksFormat found, expected;
+        EXPECT_EQ(OAL_GetLocksFormat(&found, &expected), 0);
+        EXPECT_EQ(found.word_size, kOtherBits / 8);
+        EXPECT_EQ(expected.word_size, kOurBits / 8);
+        EXPECT_EQ(found.version, expected.version);
+        EXPECT_EQ(found.lock_size, sizeof(pthread_mutex_t));
+        EXPECT_EQ(found.size, expected.size);
+        EXPECT_LT(OAL_GetLocksFormat(nullptr, &expected), 0);
+    });
+    EXPECT_EQ(outcome.err, "");
+    Forge(0, 0);
+    In([] {
+        OalLocksFormat found, expected;
+        EXPECT_EQ(OAL_GetLocksFormat(&found, &expected), 0);
+        EXPECT_EQ(found.version, 0u);
+    });
+    ASSERT_EQ(unlink(Locks().c_str()), 0);
+    In([] {
+        OalLocksFormat found, expected;
+        EXPECT_LT(OAL_GetLocksFormat(&found, &expected), 0);
+        EXPECT_EQ(errno, ENOENT);
+    });
 }
 
 TEST_F(ForeignLocks, OfAnotherSizeAreRefused) {

@@ -1,4 +1,6 @@
 // mwctl status.
+#include <regex>
+
 #include "midware.h"
 #include "oal.h"
 #include "tools_test.h"
@@ -18,7 +20,24 @@ TEST_F(Status, ListsEveryAreaAndItsSemaphore) {
     const Outcome outcome = Mwctl({"status"});
     EXPECT_TRUE(outcome.Succeeded()) << outcome;
     EXPECT_EQ(outcome.err, "");
-    ExpectGolden(outcome.out, "status.txt");
+    ExpectGolden(std::regex_replace(outcome.out, std::regex("last held by \\d+"), "last held by PID"),
+                 "status.txt");
+}
+
+TEST_F(Status, CountsTheRecordsOfEachArea) {
+    CreateArea();
+    Store(StoreMemory);
+    const std::string text = Mwctl({"status"}).out;
+    EXPECT_NE(
+        text.find("\nmem       memory.slots 4, memory.assets 2, memory.temperatures 4, memory.alarms 4, "),
+        text.npos)
+        << text;
+    EXPECT_NE(text.find("\ncpu       none\n"), text.npos) << text;
+    EXPECT_EQ(
+        Jq("status",
+           ".areas[] | select(.name == \"mem\") | .records | .[\"memory.slots\"], .[\"memory.assets\"]"),
+        "4\n2\n");
+    EXPECT_EQ(Jq("status", ".areas[] | select(.name == \"cpu\") | .records[\"cpu.sockets\"]"), "0\n");
 }
 
 TEST_F(Status, JsonHoldsTheSameTable) {
@@ -45,6 +64,34 @@ TEST_F(Status, NamesTheHolderOfASemaphore) {
         << outcome;
     EXPECT_EQ(Jq("status", ".areas[] | select(.semaphore.held) | [.name, .semaphore.holder_pid]"),
               "[\"fan\"," + std::to_string(holder.pid()) + "]\n");
+    // The look before has waited for it in vain.
+    EXPECT_TRUE(
+        std::regex_search(Mwctl({"status"}).out, std::regex("tools\\S*\\) for at least [0-9.]+ (ms|s)\n")))
+        << Mwctl({"status"});
+    EXPECT_EQ(
+        Jq("status",
+           ".areas[] | select(.name == \"fan\") | [.semaphore.held_for_ms >= 500, .semaphore.timed_out > "
+           "0, .records[\"fan.speeds\"]]"),
+        "[true,true,null]\n");
+}
+
+TEST_F(Status, NamesTheLastHolderAndTheRecoveries) {
+    CreateArea();
+    Shared<int> held;
+    Process holder(setup_, [&] {
+        *held = OAL_SemLockByKey(12293, 500) == 0;
+        Forever();
+    });
+    ASSERT_TRUE(Eventually([&] { return *held == 1; }));
+    holder.Kill();
+    const std::string pid = std::to_string(holder.pid());
+    EXPECT_TRUE(Mwctl({"show", "fan"}).Succeeded());
+    EXPECT_EQ(Jq("status",
+                 ".areas[] | select(.name == \"fan\") | .semaphore | [.held, .holder_pid, .recovered, "
+                 ".recovered_pid, .recovered_at > 0]"),
+              "[false,null,1," + pid + ",true]\n");
+    EXPECT_TRUE(std::regex_search(Mwctl({"status"}).out, std::regex(" 1  free, last held by \\d+\n")))
+        << Mwctl({"status"});
 }
 
 TEST_F(Status, FailsWhenSemaphoresAreMissing) {

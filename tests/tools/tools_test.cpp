@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "oal.h"
+
 ToolsTest::ToolsTest() : setup_(InRoot(dir_)) {
     setup_.environment["LC_ALL"] = "C";
     setup_.environment["MWCTL"] = MWCTL;
@@ -36,6 +38,15 @@ void ToolsTest::ExpectShown(const std::string &module) {
         EXPECT_EQ(outcome.err, "");
         ExpectGolden(outcome.out, module + suffix);
     }
+}
+
+Process ToolsTest::HoldSemaphore(uint32_t key) {
+    Process holder(setup_, [this, key] {
+        *held_ = OAL_SemLockByKey(key, 500) == 0;
+        Forever();
+    });
+    EXPECT_TRUE(Eventually([&] { return *held_ == 1; }));
+    return holder;
 }
 
 void ToolsTest::CreateArea() {

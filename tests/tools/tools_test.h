@@ -27,8 +27,14 @@ class ToolsTest : public ::testing::Test {
     // Runs a body that uses the library in a process of its own.
     void Store(const std::function<void()> &body) { EXPECT_SUCCEEDS(setup_, body); }
 
+    // A process that holds a semaphore for as long as it lives.
+    Process HoldSemaphore(uint32_t key);
+
     TempDir dir_;
     ProcessSetup setup_;
+
+  private:
+    Shared<int> held_;
 };
 
 // The outcome of a command that did what it was told, and said nothing but this.
@@ -42,5 +48,7 @@ void ExpectGolden(const std::string &text, const std::string &name);
 void StoreServices();
 void StoreMemory();
 void StoreProcessors();
+// Two disks on one controller, and one whose controller is not in the table.
+void StoreDisks();
 
 #endif

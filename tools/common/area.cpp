@@ -1,9 +1,11 @@
 #include "area.h"
 
 #include <fmt/format.h>
+#include <signal.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 
@@ -11,7 +13,11 @@
 #include "text.h"
 
 // A controller's own platform need not have it.
-extern "C" __attribute__((weak)) int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status);
+extern "C" {
+__attribute__((weak)) int32_t OAL_GetSemStatus(uint32_t key, OalSemStatus *status);
+__attribute__((weak)) int32_t OAL_GetPath(const char *path, char *out, uint32_t size);
+__attribute__((weak)) int32_t OAL_GetLocksFormat(OalLocksFormat *found, OalLocksFormat *expected);
+}
 
 namespace tools {
 
@@ -48,6 +54,44 @@ uint32_t SemaphoresInPlace() {
     return static_cast<uint32_t>(
         std::count_if(std::begin(midware::kModules), std::end(midware::kModules),
                       [](const auto *module) { return SemStatus(module->key).exists != 0; }));
+}
+
+std::string PlaceOf(const char *path) {
+    char place[PATH_MAX];
+    return OAL_GetPath != nullptr && OAL_GetPath(path, place, sizeof place) >= 0 ? place : "";
+}
+
+bool LocksFormat(OalLocksFormat &found, OalLocksFormat &expected) {
+    return OAL_GetLocksFormat != nullptr && OAL_GetLocksFormat(&found, &expected) >= 0;
+}
+
+bool IsAlive(int32_t pid) {
+    if (kill(pid, 0) != 0 && errno == ESRCH) return false;
+    char text[256] = "";
+    if (std::FILE *file = std::fopen(fmt::format("/proc/{}/stat", pid).c_str(), "re")) {
+        if (std::fgets(text, sizeof text, file) == nullptr) text[0] = '\0';
+        std::fclose(file);
+    }
+    const char *name_end = std::strrchr(text, ')');
+    return name_end == nullptr ||
+           (std::strncmp(name_end, ") Z", 3) != 0 && std::strncmp(name_end, ") X", 3) != 0);
+}
+
+std::string DurationText(int64_t milliseconds) {
+    const int64_t seconds = milliseconds / 1000;
+    if (seconds == 0) return fmt::format("{} ms", milliseconds);
+    if (seconds < 60) return fmt::format("{}.{} s", seconds, milliseconds % 1000 / 100);
+    if (seconds < 3600) return fmt::format("{} min {} s", seconds / 60, seconds % 60);
+    return fmt::format("{} h {} min", seconds / 3600, seconds % 3600 / 60);
+}
+
+std::string StateText(const OalSemStatus &status) {
+    if (status.exists == 0) return "missing";
+    if (status.held == 0) return "free";
+    std::string text = "held";
+    if (status.holder_pid != 0) text += " by " + ProcessText(status.holder_pid);
+    if (status.held_for_ms > 0) text += " for at least " + DurationText(status.held_for_ms);
+    return text;
 }
 
 std::string ProcessText(int32_t pid) {

@@ -1,6 +1,9 @@
 #include "cli.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
+#include <charconv>
 
 #include "output.h"
 #include "text.h"
@@ -13,6 +16,18 @@ CLI::Validator Wrapped(const Validator &validator) {
 }
 
 }  // namespace
+
+Validator SecondsFrom(double least, double most) {
+    return {[=](std::string &text) -> std::string {
+        double seconds = 0;
+        const char *end = text.data() + text.size();
+        const auto parsed = std::from_chars(text.data(), end, seconds);
+        if (parsed.ec == std::errc{} && parsed.ptr == end && seconds >= least && seconds <= most) return {};
+        return fmt::format("'{}' is no number of seconds from {} to {}", text, least, most);
+    }};
+}
+
+void ShowHelp() { throw CLI::CallForHelp(); }
 
 Option *Option::required() {
     option_->required();
@@ -51,6 +66,16 @@ Option *Option::needs(Option *other) {
 
 Option *Option::excludes(Option *other) {
     option_->excludes(other->option_);
+    return this;
+}
+
+Option *Option::take_last() {
+    option_->take_last();
+    return this;
+}
+
+Option *Option::capture_default_str() {
+    option_->capture_default_str();
     return this;
 }
 
@@ -104,7 +129,20 @@ void App::require_subcommand(size_t count) { app_->require_subcommand(static_cas
 
 void App::require_option(size_t least, size_t most) { app_->require_option(least, most); }
 
-void App::positionals_at_end() { app_->positionals_at_end(); }
+void App::fallthrough(bool yes) { app_->fallthrough(yes); }
+
+void App::prefix_command() { app_->prefix_command(); }
+
+void App::without_help_flag() { app_->set_help_flag(); }
+
+std::vector<std::string> App::remaining() const { return app_->remaining(); }
+
+std::string App::chosen() const {
+    const auto given = app_->get_subcommands();
+    return given.empty() ? std::string() : given.front()->get_name();
+}
+
+void App::once_parsed(std::function<void()> called) { app_->parse_complete_callback(std::move(called)); }
 
 void App::footer(const std::string &text) { app_->footer(text); }
 
@@ -127,6 +165,8 @@ std::optional<int> App::Run(int argc, char **argv) {
         const bool unknown =
             !subcommands_.empty() && app_->get_subcommands().empty() && app_->remaining_size() > 0;
         return complain(unknown ? "there is no command '" + app_->remaining().front() + "'" : error.what());
+    } catch (const Ended &end) {
+        return end.code;
     } catch (const UsageError &error) {
         return complain(error.what());
     }

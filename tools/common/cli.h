@@ -25,6 +25,14 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Thrown where the program ends early, when all is said.
+struct Ended {
+    int code;
+};
+
+// Ends the program with the help of the subcommand whose callback this is.
+[[noreturn]] void ShowHelp();
+
 // A check of an argument: answers the complaint, or nothing. As a transformation it also replaces the text.
 struct Validator {
     template <class Check>
@@ -33,6 +41,9 @@ struct Validator {
     std::function<std::string(std::string &)> check;
     std::string shown;
 };
+
+// A number of seconds in this range.
+Validator SecondsFrom(double least, double most);
 
 class Option {
   public:
@@ -45,6 +56,10 @@ class Option {
     Option *expected(int least, int most);
     Option *needs(Option *other);
     Option *excludes(Option *other);
+    // Given more than once, the last one counts.
+    Option *take_last();
+    // The value that it has now is shown in --help.
+    Option *capture_default_str();
     // How often it was given.
     size_t count() const;
     explicit operator bool() const { return count() != 0; }
@@ -72,10 +87,19 @@ class App {
     bool has_option(const std::string &name) const;
     void require_subcommand(size_t count);
     void require_option(size_t least, size_t most);
-    // Arguments after the first positional one are positional too, also when they begin with a hyphen.
-    void positionals_at_end();
+    // Options of a subcommand that it does not know are looked for here.
+    void fallthrough(bool yes = true);
+    // From the first positional argument on everything is left alone.
+    void prefix_command();
+    void without_help_flag();
+    // What was left alone.
+    std::vector<std::string> remaining() const;
+    // The name of the subcommand that was given, or nothing.
+    std::string chosen() const;
     void footer(const std::string &text);
     void callback(std::function<void()> called);
+    // Called before the callbacks of the subcommands.
+    void once_parsed(std::function<void()> called);
     // How often the option of that name was given.
     size_t count(const std::string &option) const;
 

@@ -3,10 +3,13 @@
 #include <fmt/format.h>
 #include <langinfo.h>
 
+#include <algorithm>
 #include <charconv>
 #include <clocale>
 #include <cstring>
 #include <cwchar>
+#include <numeric>
+#include <vector>
 
 namespace tools {
 namespace {
@@ -65,12 +68,14 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
-std::string Printable(std::string_view text) {
+std::string Printable(std::string_view text) { return Printable(text, locale_is_utf8); }
+
+std::string Printable(std::string_view text, bool utf8) {
     std::string out;
     while (!text.empty()) {
         const Decoded next = Decode(text);
         const size_t length = next.length == 0 ? 1 : next.length;
-        if (next.length != 0 && IsPlain(next.point) && (next.point < 0x80 || locale_is_utf8)) {
+        if (next.length != 0 && IsPlain(next.point) && (next.point < 0x80 || utf8)) {
             out += text.substr(0, length);
         } else {
             for (const char c : text.substr(0, length))
@@ -97,6 +102,15 @@ size_t Columns(std::string_view text) {
     return columns;
 }
 
+std::string Cut(std::string text, size_t columns) {
+    if (Columns(text) <= columns) return text;
+    while (!text.empty() && Columns(text) + 1 > columns) {
+        while (text.size() > 1 && (text.back() & 0xC0) == 0x80) text.pop_back();
+        text.pop_back();
+    }
+    return columns == 0 ? "" : text + "~";
+}
+
 std::optional<uint64_t> ParseNumber(std::string_view text) {
     int base = 10;
     if (text.starts_with("0x") || text.starts_with("0X")) {
@@ -107,6 +121,21 @@ std::optional<uint64_t> ParseNumber(std::string_view text) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
     if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
     return number;
+}
+
+size_t Distance(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; };
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < a.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 0; j < b.size(); ++j) {
+            const size_t changed = diagonal + (lower(a[i]) == lower(b[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
 }
 
 }  // namespace tools

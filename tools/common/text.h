@@ -20,6 +20,11 @@ bool LocaleIsUtf8();
 // Text that came from elsewhere, safe to print: control characters, invalid bytes, marks that turn the
 // writing direction, and what the locale cannot show become \xNN.
 std::string Printable(std::string_view text);
+// The same for a reader that takes UTF-8, or none.
+std::string Printable(std::string_view text, bool utf8);
+
+// The text, cut to so many columns; what was cut ends in "~".
+std::string Cut(std::string text, size_t columns);
 
 // The text, ended by a line feed.
 std::string EndedLine(std::string text);
@@ -31,6 +36,9 @@ bool IsUtf8(std::string_view text);
 
 // Decimal or, after 0x, hexadecimal; nothing else, no blanks.
 std::optional<uint64_t> ParseNumber(std::string_view text);
+
+// How many letters have to be changed, added or removed (Levenshtein), capital and small ones alike.
+size_t Distance(std::string_view a, std::string_view b);
 
 }  // namespace tools
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 
 #include "cli.h"
@@ -89,17 +88,7 @@ int main(int argc, char **argv) {
     cli::Option *interval_option =
         app.add_option("--interval", interval, "collect every SECONDS until SIGINT or SIGTERM")
             ->type_name("SECONDS")
-            ->check(cli::Validator(
-                [](std::string &text) {
-                    double seconds = 0;
-                    const char *end = text.data() + text.size();
-                    const auto parsed = std::from_chars(text.data(), end, seconds);
-                    const bool good =
-                        parsed.ec == std::errc{} && parsed.ptr == end && seconds >= 0.1 && seconds <= 86400;
-                    return good ? std::string()
-                                : fmt::format("'{}' is no number of seconds from 0.1 to 86400", text);
-                },
-                ""));
+            ->check(cli::SecondsFrom(0.1, 86400));
     app.add_flag("--once", once, "collect once and leave (the default)")->excludes(interval_option);
     app.add_option("--only", only, "run these collectors only, separated by commas")
         ->type_name("NAMES")

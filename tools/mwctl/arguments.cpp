@@ -63,6 +63,17 @@ cli::Validator YesNo(std::string what) {
         "yes|no");
 }
 
+std::string NamesOfModules() {
+    std::vector<std::string_view> names;
+    for (const Module &module : Modules()) names.push_back(module.name);
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+std::string CheckModule(const std::string &name) {
+    if (FindModule(name) != nullptr) return {};
+    return fmt::format("there is no module '{}'; there are {}", name, NamesOfModules());
+}
+
 uint32_t NumberOf(const std::string &checked) {
     return static_cast<uint32_t>(tools::ParseNumber(checked).value_or(0));
 }

@@ -24,6 +24,10 @@ cli::Validator CodeOf(std::string what, std::string_view path, bool any_number =
 // "yes" or "no", replaced by 1 or 0. To be used as a transformation.
 cli::Validator YesNo(std::string what);
 
+// The modules of the table, for a help text; and whether a name is one of theirs.
+std::string NamesOfModules();
+std::string CheckModule(const std::string &name);
+
 // An argument that has passed one of the above.
 uint32_t NumberOf(const std::string &checked);
 

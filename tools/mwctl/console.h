@@ -22,6 +22,7 @@ class Listen {
     bool HeardLockFailure() const { return Heard("sem lock failed"); }
     static const Listen *Current();
     const std::string &last() const { return last_; }
+    const std::string &all() const { return all_; }  // a message a line
     void Take(const std::string &message);
     bool quiet() const { return quiet_; }
 

@@ -93,7 +93,9 @@ Json ToJson(const Record &record, const Slot &slot) {
     return json;
 }
 
-Json ToJson(const Reading &reading) {
+}  // namespace
+
+nlohmann::ordered_json ToJson(const Reading &reading) {
     if (!reading.problem.empty()) return nullptr;
     if (reading.record->capacity == 0) {
         return reading.slots.empty() ? Json(nullptr) : ToJson(*reading.record, reading.slots.front());
@@ -103,12 +105,25 @@ Json ToJson(const Reading &reading) {
     return list;
 }
 
-}  // namespace
+nlohmann::ordered_json ToJson(const Field &field, const std::byte *bytes, std::optional<uint32_t> element) {
+    if (field.count == 0 || element) return Element(field, bytes, element.value_or(0));
+    Json list = Json::array();
+    for (uint32_t i = 0; i < field.count; ++i) list.push_back(Element(field, bytes, i));
+    return list;
+}
+
+nlohmann::ordered_json ToJson(const Layout &layout, const std::byte *bytes) {
+    return ToJson(layout, bytes, Chosen::kAll);
+}
 
 nlohmann::ordered_json ToJson(const ModuleReading &reading) {
     Json json = Json::object();
     for (const Reading &record : reading.records) json[std::string(record.record->name)] = ToJson(record);
     return json;
+}
+
+std::string DocumentLine(const Json &json) {
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
 }
 
 std::string Document(const nlohmann::ordered_json &json) {

@@ -4,6 +4,7 @@
 
 #include "command.h"
 #include "output.h"
+#include "source.h"
 #include "text.h"
 
 namespace mwctl {
@@ -17,7 +18,8 @@ std::vector<Command> &Known() {
 
 }  // namespace
 
-Command::Command(std::string_view command, void (*add_it)(cli::App &)) : name(command), add(add_it) {
+Command::Command(std::string_view command, void (*add_it)(cli::App &), Needs needed)
+    : name(command), add(add_it), needs(needed) {
     std::vector<Command> &known = Known();
     known.insert(std::ranges::upper_bound(known, name, {}, &Command::name), *this);
 }
@@ -33,6 +35,37 @@ void Fail(std::string_view text) {
     exit_code = tools::kFailed;
 }
 
+namespace {
+
+// The options of every command that choose where it reads, and the choice once the line is read.
+void AddSource(cli::App &app) {
+    static std::string from;
+    static bool no_lock = false;
+    cli::Option *file = app.add_option("--from", from, "Reads a saved area (mwctl save) and not the live one")
+                            ->type_name("FILE");
+    cli::Option *unlocked = app.add_flag(
+        "--no-lock", no_lock, "Takes no semaphores: for when one is stuck; a record may be half written");
+    unlocked->excludes(file);
+    app.once_parsed([&app, file, unlocked] {
+        const std::string name = app.chosen();
+        if (name.empty()) return;
+        const Needs needs = std::ranges::find(Known(), name, &Command::name)->needs;
+        if (file->count() != 0 && needs != Needs::kRecords) {
+            throw cli::UsageError(name + ": this is about the live area, and --from does not go with it");
+        }
+        if (unlocked->count() != 0 && needs == Needs::kLiveArea) {
+            throw cli::UsageError(name + ": this needs the semaphores, and --no-lock does not go with it");
+        }
+        if (no_lock) ReadUnlocked();
+        if (file->count() == 0) return;
+        const std::string problem = ReadFromSaved(from);
+        if (problem.empty()) return;
+        Fail(problem);
+        throw cli::Ended{exit_code};
+    });
+}
+
+}  // namespace
 }  // namespace mwctl
 
 int main(int argc, char **argv) {
@@ -43,6 +76,8 @@ int main(int argc, char **argv) {
                  mwctl::kProgram, "mwctl " MIDWARE_VERSION);
     app.require_subcommand(1);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
+    app.fallthrough();  // the options of the program may stand behind those of a command
+    mwctl::AddSource(app);
     for (const mwctl::Command &command : mwctl::Known()) command.add(app);
     if (const auto code = app.Run(argc, argv)) return *code;
     return mwctl::exit_code;

@@ -10,6 +10,11 @@
 
 namespace mwctl {
 
+std::string_view NameOf(const midware::Module &module) {
+    const std::string_view source = module.source;
+    return source.substr(0, source.find('/'));
+}
+
 std::string WhyItFailed(const Listen &listen, const midware::Module *core, bool no_area) {
     if (!no_area && !tools::AreaExists()) return tools::WhyNoArea();
     if (listen.HeardLockFailure()) {

@@ -30,6 +30,9 @@ struct ModuleReading {
     std::vector<Reading> records{};
 };
 
+// "mem", from the module's source "mem/hov_midmem".
+std::string_view NameOf(const midware::Module &module);
+
 Reading Read(const Module &module, const Record &record);
 // Those of its records that belong to an option of `mwctl show`, or to none. A semaphore that was not had for
 // one of the modules before is not waited for again.

@@ -36,6 +36,31 @@ const Module *FindModule(std::string_view name) {
     return found == Known().end() ? nullptr : &*found;
 }
 
+namespace {
+
+const Layout *FindIn(const Layout *layout, std::string_view name) {
+    if (layout == nullptr || layout->name == name) return layout;
+    for (const Field &field : layout->fields) {
+        if (const Layout *found = FindIn(field.layout, name)) return found;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+const Layout *FindLayout(std::string_view name) {
+    for (const Module &module : Known()) {
+        if (const Layout *found = FindIn(module.area, name)) return found;
+        for (const Layout *layout : module.passed) {
+            if (const Layout *found = FindIn(layout, name)) return found;
+        }
+        for (const Record &record : module.records) {
+            if (const Layout *found = FindIn(record.layout, name)) return found;
+        }
+    }
+    return nullptr;
+}
+
 const Field *FindField(std::string_view path) {
     const auto next = [&path] {
         const std::string_view name = path.substr(0, path.find('.'));

@@ -7,9 +7,11 @@
 //
 //     MW_RECORD(ThingInfo,
 //               MW_FIELD(dwIndex, "number"),
-//               MW_FIELD(iTemp, "temperature").Unit("C"),
+//               MW_FIELD(acLabel, "label").Naming(),
+//               MW_FIELD(iTemp, "temperature").Unit("C").Reading(offsetof(ThingInfo, ucValid)),
+//               MW_FIELD(dwHealth, "health").Health(),         // the live views show readings, health and alarms
 //               MW_FIELD(dwMode, "mode").Codes(kModes),        // constexpr Code kModes[] = {{0, "off"}, ...};
-//               MW_FIELD(ucFailState, "failed").State(),       // all states become one line: "asserted"
+//               MW_FIELD(ucFailState, "failed").State(),       // an alarm; all states become one line: "asserted"
 //               MW_FIELD(dwVolt, "voltage").Decimals(3).Unit("V").NoValue(),  // mV; all ones where there is none
 //               MW_FIELD(aucReserved, ""));                    // by its name: shown only when not zero
 //
@@ -71,6 +73,10 @@ struct Code {
     std::string_view name;
 };
 
+// What a value tells of the machine's state, for views that pick that out: a reading is a temperature, a power
+// or the speed of a fan, by its unit.
+enum class Sense : uint8_t { kNone, kReading, kHealth, kAlarm };
+
 struct Layout;
 using Getter = int32_t (*)(void *value);
 using SlotGetter = int32_t (*)(uint32_t slot, void *value);
@@ -88,6 +94,11 @@ struct Field {
     bool no_value = false;    // `absent` stands for no value
     bool quiet_none = false;  // no value: not shown to people
     bool inlined = false;     // of a nested record: shown to people among the lines around it
+    bool naming = false;      // a text that names the part which the record is about
+    bool first_only = false;  // of an array only the first element has a sense
+    Sense sense = Sense::kNone;
+    uint8_t valid_mask = 0;   // of the byte at `valid_at`: one of these bits is set where there is a reading
+    int32_t valid_at = -1;    // offset in the record; -1: there is always one
     uint8_t decimals = 0;     // of a number that people are shown divided by this power of ten
     uint64_t absent = 0;      // as the bytes of the field
     uint32_t first_number = 1;  // what people are told that the first nested record of an array is called
@@ -108,12 +119,39 @@ struct Field {
     constexpr Field Codes(std::span<const Code> names) const { return With(Kind::kCode, names); }
     constexpr Field Flags(std::span<const Code> names) const { return With(Kind::kFlags, names); }
     constexpr Field Switch() const { return With(Kind::kSwitch, {}); }
-    constexpr Field State() const { return With(Kind::kState, {}); }
+    // A sensor state; one that is normal when asserted is no alarm.
+    constexpr Field State(Sense sense_of_it = Sense::kAlarm) const {
+        return With(Kind::kState, {}).Senses(sense_of_it);
+    }
     // Bytes that are sensor states, one each: `kinds` says what each of them stands for.
     constexpr Field States(std::span<const Code> kinds) const {
         Field field = Numbers();
         field.kind = Kind::kState;
         field.codes = kinds;
+        field.sense = Sense::kAlarm;
+        return field;
+    }
+    constexpr Field Health() const { return Senses(Sense::kHealth); }
+    constexpr Field Alarm() const { return Senses(Sense::kAlarm); }
+    constexpr Field Reading() const {
+        const bool known = unit == "C" || unit == "W" || unit == "mW" || unit == "rpm" || unit == "RPM";
+        return known ? Senses(Sense::kReading) : throw "a reading has a unit that tells what it measures";
+    }
+    // There is one only where one of these bits is set in the byte at this offset of the record.
+    constexpr Field Reading(size_t offset_of_flag, uint8_t mask = 0xFF) const {
+        Field field = Reading();
+        field.valid_at = static_cast<int32_t>(offset_of_flag);
+        field.valid_mask = mask;
+        return field;
+    }
+    constexpr Field FirstReading() const {
+        Field field = Reading();
+        field.first_only = true;
+        return field;
+    }
+    constexpr Field Naming() const {
+        Field field = *this;
+        field.naming = true;
         return field;
     }
     constexpr bool IsState() const { return kind == Kind::kState && (count == 0 || !codes.empty()); }
@@ -191,6 +229,11 @@ struct Field {
     constexpr Field GetAt() const;
 
   private:
+    constexpr Field Senses(Sense sense_of_it) const {
+        Field field = *this;
+        field.sense = sense_of_it;
+        return field;
+    }
     constexpr Field With(Kind kind_of_it, std::span<const Code> names) const {
         Field field = *this;
         field.kind = kind_of_it;
@@ -490,6 +533,7 @@ struct Module {
     const midware::Module *core;  // whose semaphore its records are read under; NULL when they differ
     std::span<const Record> records;
     const Layout *area = nullptr;  // the module's whole area, for views of its bytes
+    std::span<const Layout *const> passed{};  // records that functions take or hand out, but that are not stored
 };
 
 // Makes a module known.
@@ -500,6 +544,9 @@ struct Plug {
 // All that are known, in the order in which they are shown.
 const std::vector<Module> &Modules();
 const Module *FindModule(std::string_view name);
+
+// The layout of the record with this name, nested ones included; NULL when there is none.
+const Layout *FindLayout(std::string_view name);
 
 // The field MODULE.RECORD.FIELD, of a nested record MODULE.RECORD.FIELD.FIELD and so on; NULL when there is
 // none.

@@ -33,56 +33,12 @@ struct Block {
     std::vector<Nested> nested;
 };
 
-// A whole number divided by ten to this power: -1234 and 3 make "-1.234".
-std::string Scaled(int64_t value, uint8_t decimals) {
-    if (decimals == 0) return fmt::format("{}", value);
-    std::string digits = fmt::format("{:0{}}", value < 0 ? -value : value, decimals + 1);
-    digits.insert(digits.size() - decimals, ".");
-    return (value < 0 ? "-" : "") + digits;
-}
-
+// What people see of a value; nothing where it says nothing.
 std::string Shown(const Field &field, const std::byte *bytes, uint32_t index) {
-    const uint64_t value = UnsignedAt(field, bytes, index);
-    if (field.quiet_zero && value == 0 && field.kind != Kind::kFloat) return {};
-    if (HasNoValue(field, bytes, index)) return field.quiet_none ? "" : "no value";
-    const auto number = [&] {
-        if (field.hex) return fmt::format("0x{:0{}x}", value, 2 * field.width);
-        return field.decimals == 0 ? fmt::format("{}", value)
-                                   : Scaled(static_cast<int64_t>(value), field.decimals);
-    };
-    std::string text;
-    switch (field.kind) {
-        case Kind::kUnsigned:
-            text = number();
-            break;
-        case Kind::kSigned:
-            text = Scaled(SignedAt(field, bytes, index), field.decimals);
-            break;
-        case Kind::kFloat:
-            text = fmt::format("{:.6g}", FloatAt(field, bytes, index));
-            break;
-        case Kind::kText:
-            return tools::Printable(TextAt(field, bytes, index));
-        case Kind::kBytes:
-            return IsZero(ElementAt(field, bytes, index), field.width) ? "" : HexAt(field, bytes, index, " ");
-        case Kind::kEvent:
-            return HexAt(field, bytes, index, " ");
-        case Kind::kCode: {
-            const std::string_view name = CodeName(field, value);
-            return name.empty() ? number() : fmt::format("{} ({})", name, number());
-        }
-        case Kind::kFlags: {
-            const std::vector<std::string> names = FlagNames(field, value);
-            return names.empty() ? fmt::format("0x{:x}", value)
-                                 : fmt::format("{} (0x{:x})", fmt::join(names, ", "), value);
-        }
-        case Kind::kSwitch:
-        case Kind::kState:
-            return value == 0 ? "no" : value == 1 ? "yes" : number();
-        case Kind::kRecord:
-            break;
-    }
-    return field.unit.empty() ? text : fmt::format("{} {}", text, field.unit);
+    if (field.quiet_zero && UnsignedAt(field, bytes, index) == 0 && field.kind != Kind::kFloat) return {};
+    if (field.quiet_none && HasNoValue(field, bytes, index)) return {};
+    if (field.kind == Kind::kBytes && IsZero(ElementAt(field, bytes, index), field.width)) return {};
+    return ValueText(field, bytes, index);
 }
 
 std::string AssertedStates(const Layout &layout, const std::byte *bytes) {
@@ -353,6 +309,12 @@ void AppendRecord(std::string &out, const Reading &reading, Extent extent) {
 }
 
 }  // namespace
+
+std::string ToText(const Reading &reading, Extent extent) {
+    std::string out;
+    AppendRecord(out, reading, extent);
+    return out;
+}
 
 std::string ToText(const ModuleReading &reading, Extent extent) {
     std::string out = fmt::format("{} ({})\n", reading.module->label, reading.module->name);

@@ -7,6 +7,17 @@
 #include "text.h"
 
 namespace mwctl {
+namespace {
+
+// A whole number divided by ten to this power: -1234 and 3 make "-1.234".
+std::string Scaled(int64_t value, uint8_t decimals) {
+    if (decimals == 0) return fmt::format("{}", value);
+    std::string digits = fmt::format("{:0{}}", value < 0 ? -value : value, decimals + 1);
+    digits.insert(digits.size() - decimals, ".");
+    return (value < 0 ? "-" : "") + digits;
+}
+
+}  // namespace
 
 const std::byte *ElementAt(const Field &field, const std::byte *bytes, uint32_t index) {
     return bytes + field.offset + size_t{index} * field.width;
@@ -51,6 +62,48 @@ std::string_view TextAt(const Field &field, const std::byte *bytes, uint32_t ind
 std::string HexAt(const Field &field, const std::byte *bytes, uint32_t index, const char *between) {
     const auto *first = reinterpret_cast<const uint8_t *>(ElementAt(field, bytes, index));
     return fmt::format("{:02x}", fmt::join(first, first + field.width, between));
+}
+
+std::string ValueText(const Field &field, const std::byte *bytes, uint32_t index) {
+    if (HasNoValue(field, bytes, index)) return "no value";
+    const uint64_t value = UnsignedAt(field, bytes, index);
+    const auto number = [&] {
+        if (field.hex) return fmt::format("0x{:0{}x}", value, 2 * field.width);
+        return field.decimals == 0 ? fmt::format("{}", value)
+                                   : Scaled(static_cast<int64_t>(value), field.decimals);
+    };
+    std::string text;
+    switch (field.kind) {
+        case Kind::kUnsigned:
+            text = number();
+            break;
+        case Kind::kSigned:
+            text = Scaled(SignedAt(field, bytes, index), field.decimals);
+            break;
+        case Kind::kFloat:
+            text = fmt::format("{:.6g}", FloatAt(field, bytes, index));
+            break;
+        case Kind::kText:
+            return tools::Printable(TextAt(field, bytes, index));
+        case Kind::kBytes:
+        case Kind::kEvent:
+            return HexAt(field, bytes, index, " ");
+        case Kind::kCode: {
+            const std::string_view name = CodeName(field, value);
+            return name.empty() ? number() : fmt::format("{} ({})", name, number());
+        }
+        case Kind::kFlags: {
+            const std::vector<std::string> names = FlagNames(field, value);
+            return names.empty() ? fmt::format("0x{:x}", value)
+                                 : fmt::format("{} (0x{:x})", fmt::join(names, ", "), value);
+        }
+        case Kind::kSwitch:
+        case Kind::kState:
+            return value == 0 ? "no" : value == 1 ? "yes" : number();
+        case Kind::kRecord:
+            break;
+    }
+    return field.unit.empty() ? text : fmt::format("{} {}", text, field.unit);
 }
 
 bool IsZero(const std::byte *bytes, size_t size) {

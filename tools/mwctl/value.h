@@ -18,6 +18,9 @@ double FloatAt(const Field &field, const std::byte *bytes, uint32_t index = 0);
 std::string_view TextAt(const Field &field, const std::byte *bytes, uint32_t index = 0);
 std::string HexAt(const Field &field, const std::byte *bytes, uint32_t index, const char *between);
 
+// For people: with its unit and with what it means. What a text holds is escaped.
+std::string ValueText(const Field &field, const std::byte *bytes, uint32_t index = 0);
+
 bool IsZero(const std::byte *bytes, size_t size);
 bool IsZero(const Field &field, const std::byte *bytes);
 

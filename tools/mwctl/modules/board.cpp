@@ -19,12 +19,12 @@ constexpr uint64_t kNoLower = 0x80;  // -128
 MW_RECORD(InletTempReading,
           MW_FIELD(ucIndex, "index"),
           MW_FIELD(ucPresent, "valid").Switch(),
-          MW_FIELD(sTemp, "temperature").Decimals(1).Unit("C"),
+          MW_FIELD(sTemp, "temperature").Decimals(1).Unit("C").Reading(offsetof(InletTempReading, ucPresent)),
           MW_FIELD(cUpperNonCritical, "high").Unit("C").QuietNone(kNoUpper),
           MW_FIELD(cUpperCritical, "critical").Unit("C").QuietNone(kNoUpper),
           MW_FIELD(cLowerNonCritical, "low").Unit("C").QuietNone(kNoLower),
           MW_FIELD(cLowerCritical, "low crit").Unit("C").QuietNone(kNoLower),
-          MW_FIELD(acSensorName, "sensor"));
+          MW_FIELD(acSensorName, "sensor").Naming());
 
 MW_RECORD(InletTempInfo,
           MW_FIELD(dwInletTempCnt, "inlet sensors"),
@@ -38,7 +38,7 @@ MW_RECORD(SystemRestartStatus,
           MW_FIELD(aucReserved, ""));
 
 MW_RECORD(BoardAlarmStatusInfo,
-          MW_FIELD(adwAlarm, "alarm words").Hex());
+          MW_FIELD(adwAlarm, "alarm words").Hex().Alarm());
 
 MW_RECORD(BoardArea,
           MW_FIELD(ucPchTemp, "PCH temperature").Unit("C"),
@@ -72,7 +72,7 @@ MW_RECORD(BoardFacts,
           MW_FIELD(wChassisId, "chassis").NoValue(MW_CHASSIS_ID_NOT_SET),
           MW_FIELD(wBoardId, "board").NoValue(MW_BOARD_ID_NOT_SET),
           MW_FIELD(wPlatResetCount, "platform resets"),
-          MW_FIELD(ucPchTemp, "PCH temperature").Unit("C").NoValue(0),
+          MW_FIELD(ucPchTemp, "PCH temperature").Unit("C").NoValue(0).Reading(),
           MW_FIELD(ucUidButtonStatus, "UID button").Codes(kNotSet));
 // clang-format on
 

@@ -26,9 +26,9 @@ MW_RECORD(PchDiskInfo,
           MW_FIELD(dwCtrlId, "controller ID").Hex(),
           MW_FIELD(wSectorSize, "sector").Unit("bytes").QuietZero(),
           MW_FIELD(wPort, "port"),
-          MW_FIELD(ucInfoA, "health").Codes(kHealth),
+          MW_FIELD(ucInfoA, "health").Codes(kHealth).Health(),
           MW_FIELD(ucFormFactor, "form factor").Codes(kFormFactors),
-          MW_FIELD(ucTemperature, "temperature").Unit("C").QuietZero(),
+          MW_FIELD(ucTemperature, "temperature").Unit("C").QuietZero().Reading(),
           MW_FIELD(ucReserved, ""),
           MW_FIELD(dwRotateRate, "revolutions per minute").QuietZero(),
           MW_FIELD(ucInfoB, "media").Codes(kMedia),
@@ -37,7 +37,7 @@ MW_RECORD(PchDiskInfo,
           MW_FIELD(acVendor, "vendor"),
           MW_FIELD(acSerialNum, "serial number"),
           MW_FIELD(acFwVersion, "firmware"),
-          MW_FIELD(acModel, "model"),
+          MW_FIELD(acModel, "model").Naming(),
           MW_FIELD(ucIfType, "interface").Codes(kStoredInterfaces),
           MW_FIELD(dLinkRate, "link rate").Unit("Gbit/s"),
           MW_FIELD(aucWwn, "world wide name"));
@@ -122,6 +122,18 @@ struct PchCounts {
 MW_RECORD(PchCounts,
           MW_FIELD(dwPCHDiskNum, "disks").Get<MW_GetPCHDiskCount>(),
           MW_FIELD(dwPCHCtrlNum, "controllers").Get<MW_GetPCHCtrlCount>());
+
+MW_RECORD(PchDiskCustomCfg,
+          MW_FIELD(dwBus, "bus").Hex(),
+          MW_FIELD(dwDev, "device").Hex(),
+          MW_FIELD(dwFunc, "function").Hex(),
+          MW_FIELD(ucCpuId, "processor"),
+          MW_FIELD(ucPort, "port"),
+          MW_FIELD(ucCfgType, "setting"),
+          MW_FIELD(ucSlot, "slot").NoValue(),
+          MW_FIELD(ucReserved, ""),
+          MW_FIELD(acSilkInfo, "label"),
+          MW_FIELD(aucPad, ""));
 // clang-format on
 
 namespace {
@@ -231,7 +243,9 @@ constexpr Record kRecords[] = {
         .Row<StoredCells>()
         .Numbered("disk", 0),
 };
-const Plug plug{{"disks", "Disks behind the PCH", &midware::kPch, kRecords, &kLayout<PchArea>}};
+constexpr const Layout *kPassed[] = {&kLayout<PchDiskCustomCfg>};
+const Plug plug{
+    {"disks", "Disks behind the PCH", &midware::kPch, kRecords, &kLayout<PchArea>, kPassed}};
 
 }  // namespace
 }  // namespace mwctl

@@ -27,11 +27,11 @@ struct Health {
 // clang-format off
 MW_RECORD(HealthInstance,
           MW_FIELD(dwNumber, "number"),
-          MW_FIELD(acName, "name"),
-          MW_FIELD(dwHealthyStatus, "health"));
+          MW_FIELD(acName, "name").Naming(),
+          MW_FIELD(dwHealthyStatus, "health").Health());
 
 MW_RECORD(Health,
-          MW_FIELD(dwHealthyTotal, "total"),
+          MW_FIELD(dwHealthyTotal, "total").Health(),
           MW_FIELD(dwInstanceCount, "instances"),
           MW_FIELD(atInstance, "instance").CountedBy(offsetof(Health, dwInstanceCount)));
 // clang-format on

@@ -149,7 +149,7 @@ MW_RECORD(NicTemperature,
           MW_FIELD(ucSource, "source").Codes(kSources),
           MW_FIELD(ucSlot, "card's slot"),
           MW_FIELD(ucNumber, "number"),
-          MW_FIELD(ucTemp, "temperature").Unit("C"));
+          MW_FIELD(ucTemp, "temperature").Unit("C").Reading());
 
 namespace {
 

@@ -143,6 +143,57 @@ MW_RECORD(PcieAssetInfo,
           MW_FIELD(aucAlarmState, "alarm states").States(kAlarms),
           MW_FIELD(aucAlarmSpare, "").Reserved());
 
+MW_RECORD(PcieCardTextBlock,
+          MW_FIELD(acSerialNum, "serial number"),
+          MW_FIELD(acTextB, "part number"),
+          MW_FIELD(acTextC, "manufacturer of the card"),
+          MW_FIELD(acTextCRest, "not copied"),
+          MW_FIELD(acTextD, "board revision"),
+          MW_FIELD(acTextE, "manufacturer of the controller"),
+          MW_FIELD(acTextF, "firmware version"),
+          MW_FIELD(acTextG, "product name"),
+          MW_FIELD(acTextGRest, "not copied"),
+          MW_FIELD(acDevTypeName, "kind of device"));
+
+MW_RECORD(PcieNicCardInfo,
+          MW_FIELD(ucSlot, "slot"),
+          MW_FIELD(ucCardFlag, "flag"),
+          MW_FIELD(ucNicAttr, "attribute"),
+          MW_FIELD(tText, "texts").Inline());
+
+MW_RECORD(PcieFcCardInfo,
+          MW_FIELD(ucSlot, "slot"),
+          MW_FIELD(tText, "texts").Inline());
+
+MW_RECORD(PcieGpuCardInfo,
+          MW_FIELD(dwSlot, "slot"),
+          MW_FIELD(dwValue1, "value 1"),
+          MW_FIELD(dwValue2, "value 2"),
+          MW_FIELD(iValue3, "value 3"),
+          MW_FIELD(iMemSize, "memory").Unit("MiB"),
+          MW_FIELD(iValue5, "value 5"),
+          MW_FIELD(ucCardFlag, "flag"),
+          MW_FIELD(aucReserved, ""),
+          MW_FIELD(dwValue6, "value 6"),
+          MW_FIELD(acGpuText1, "text 1"),
+          MW_FIELD(acGpuText2, "text 2"),
+          MW_FIELD(tText, "texts").Inline());
+
+MW_RECORD(PcieNvmeCardInfo,
+          MW_FIELD(dwSlot, "slot"),
+          MW_FIELD(ucDevKind, "kind"),
+          MW_FIELD(aucReserved, ""),
+          MW_FIELD(dwNvmeValue1, "value 1"),
+          MW_FIELD(dwNvmeValue2, "value 2"),
+          MW_FIELD(dwNvmeValue3, "value 3"),
+          MW_FIELD(ucCardFlag, "flag"),
+          MW_FIELD(tText, "texts").Inline());
+
+MW_RECORD(PcieRaidCardInfo,
+          MW_FIELD(dwSlot, "slot"),
+          MW_FIELD(dwMemSize, "memory"),
+          MW_FIELD(tText, "texts").Inline());
+
 MW_RECORD(PcieArea,
           MW_FIELD(dwReserved, ""),
           MW_FIELD(dwPcieNum, "devices").Get<MW_GetPcieCount>(),
@@ -244,7 +295,10 @@ constexpr Record kRecords[] = {
         .Row<AddCells>()
         .OnRequest("upper", "Instead the PCIe devices as upper interfaces get them"),
 };
-const Plug plug{{"pcie", "PCIe", &midware::kPcie, kRecords, &kLayout<PcieArea>}};
+constexpr const Layout *kPassed[] = {&kLayout<PcieNicCardInfo>, &kLayout<PcieFcCardInfo>,
+                                     &kLayout<PcieGpuCardInfo>, &kLayout<PcieNvmeCardInfo>,
+                                     &kLayout<PcieRaidCardInfo>};
+const Plug plug{{"pcie", "PCIe", &midware::kPcie, kRecords, &kLayout<PcieArea>, kPassed}};
 
 }  // namespace
 }  // namespace mwctl

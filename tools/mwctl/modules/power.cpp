@@ -40,7 +40,7 @@ constexpr Code kDomains[] = {{0, "board"}, {1, "processors"}, {2, "memory"}};
 
 // clang-format off
 MW_RECORD(BoardPowerInfo,
-          MW_FIELD(adwPowerCurrent, "now, least, most, average").Unit("W"),
+          MW_FIELD(adwPowerCurrent, "now, least, most, average").Unit("W").FirstReading(),
           MW_FIELD(adwPowerHistory1, "average history, W").QuietZero(),
           MW_FIELD(adwPowerHistory2, "peak history, W").QuietZero(),
           MW_FIELD(adwPowerHistory3, "least history, W").QuietZero(),
