@@ -37,31 +37,61 @@ void Fail(std::string_view text) {
 
 namespace {
 
-// The options of every command that choose where it reads, and the choice once the line is read.
-void AddSource(CLI::App &app) {
-    static std::string from;
-    static bool no_lock = false;
-    CLI::Option *file = app.add_option("--from", from, "Reads a saved area (mwctl save) and not the live one")
-                            ->type_name("FILE");
-    CLI::Option *unlocked = app.add_flag(
-        "--no-lock", no_lock, "Takes no semaphores: for when one is stuck; a record may be half written");
-    unlocked->excludes(file);
-    app.parse_complete_callback([&app, file, unlocked] {
-        if (app.get_subcommands().empty()) return;
-        const std::string name = app.get_subcommands().front()->get_name();
-        const Needs needs = std::ranges::find(Known(), name, &Command::name)->needs;
-        if (file->count() != 0 && needs != Needs::kRecords) {
-            throw CLI::ValidationError(name + ": this is about the live area, and --from does not go with it");
+// The options that choose where a command reads: they may stand before its name or behind it.
+class SourceOptions {
+  public:
+    // A command's help shows those that go with it.
+    void AddTo(CLI::App &app, Needs needs = Needs::kRecords) {
+        CLI::Option *from =
+            app.add_option("--from", from_, "Reads a saved area (mwctl save) and not the live one");
+        CLI::Option *no_lock =
+            app.add_flag("--no-lock", no_lock_,
+                         "Takes no semaphores: for when one is stuck; a record may be half written");
+        from->type_name("FILE");
+        if (needs != Needs::kRecords) from->group("");
+        if (needs == Needs::kLiveArea) no_lock->group("");
+        all_from_.push_back(from);
+    }
+
+    // What was chosen, once the command line has been read.
+    void Choose(const Command &command) const {
+        const bool from =
+            std::ranges::any_of(all_from_, [](const auto *option) { return option->count() != 0; });
+        const std::string name(command.name);
+        if (from && command.needs != Needs::kRecords) {
+            throw CLI::ValidationError(name +
+                                       ": this is about the live area, and --from does not go with it");
         }
-        if (unlocked->count() != 0 && needs == Needs::kLiveArea) {
-            throw CLI::ValidationError(name + ": this needs the semaphores, and --no-lock does not go with it");
+        if (no_lock_ && command.needs == Needs::kLiveArea) {
+            throw CLI::ValidationError(name +
+                                       ": this needs the semaphores, and --no-lock does not go with it");
         }
-        if (no_lock) ReadUnlocked();
-        if (file->count() == 0) return;
-        const std::string problem = ReadFromSaved(from);
+        if (from && no_lock_) throw CLI::ExcludesError("--no-lock", "--from");
+        if (no_lock_) ReadUnlocked();
+        if (!from) return;
+        const std::string problem = ReadFromSaved(from_);
         if (problem.empty()) return;
         Fail(problem);
         throw CLI::RuntimeError(exit_code);
+    }
+
+  private:
+    std::string from_;
+    bool no_lock_ = false;
+    std::vector<CLI::Option *> all_from_;
+};
+
+void AddCommands(CLI::App &app) {
+    static SourceOptions source;
+    source.AddTo(app);
+    for (const Command &command : Known()) {
+        command.add(app);
+        source.AddTo(*app.get_subcommand(std::string(command.name)), command.needs);
+    }
+    app.parse_complete_callback([&app] {
+        for (const Command &command : Known()) {
+            if (app.got_subcommand(std::string(command.name))) source.Choose(command);
+        }
     });
 }
 
@@ -77,9 +107,7 @@ int main(int argc, char **argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version", "mwctl " MIDWARE_VERSION);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
-    app.fallthrough();  // the options of the program may stand behind those of a command
-    mwctl::AddSource(app);
-    for (const mwctl::Command &command : mwctl::Known()) command.add(app);
+    mwctl::AddCommands(app);
 
     try {
         app.parse(argc, argv);

@@ -218,7 +218,7 @@ void AddTop(CLI::App &app) {
     top->callback(Top);
 }
 
-const Command kCommand("top", AddTop);
+const Command kCommand("top", AddTop, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl
