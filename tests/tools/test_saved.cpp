@@ -210,7 +210,35 @@ TEST_F(Saved, CommandsAboutTheLiveAreaTakeNoOtherSource) {
     ExpectRefused(Mwctl({"--from", file_, "save", file_}), 2,
                   "mwctl: save: this is about the live area, and --from does not go with it (see --help)\n");
     ExpectRefused(Mwctl({"--from", file_, "--no-lock", "show"}), 2,
-                  "mwctl: --from excludes --no-lock (see --help)\n");
+                  "mwctl: --no-lock excludes --from (see --help)\n");
+}
+
+TEST_F(Saved, TheOptionsMayStandBeforeACommandOrBehindIt) {
+    Save();
+    for (const std::vector<std::string> &chosen :
+         {std::vector<std::string>{"--from", file_}, {"--no-lock"}}) {
+        std::vector<std::string> before = chosen;
+        before.insert(before.end(), {"show", "services"});
+        std::vector<std::string> behind = chosen;
+        behind.insert(behind.begin(), {"show", "services"});
+        ExpectDone(Mwctl(before), ReadFile(GOLDEN "services.txt"));
+        ExpectDone(Mwctl(behind), ReadFile(GOLDEN "services.txt"));
+    }
+    ExpectRefused(Mwctl({"show", "--from", file_, "--no-lock"}), 2,
+                  "mwctl: --no-lock excludes --from (see --help)\n");
+    ExpectRefused(Mwctl({"--no-lock", "show", "--from", file_}), 2,
+                  "mwctl: --no-lock excludes --from (see --help)\n");
+    ExpectRefused(
+        Mwctl({"status", "--from", file_}), 2,
+        "mwctl: status: this is about the live area, and --from does not go with it (see --help)\n");
+    const Outcome help = Mwctl({"show", "--help"});
+    EXPECT_NE(help.out.find("--from FILE"), std::string::npos) << help;
+    EXPECT_EQ(Mwctl({"status", "--help"}).out.find("--from"), std::string::npos);
+}
+
+TEST_F(Saved, AFileCanHaveTheNameOfACommand) {
+    const Outcome outcome = Shell("cd \"$MIDWARE_ROOT\" && \"$MWCTL\" save status && \"$MWCTL\" diff status");
+    ExpectDone(outcome, "status: the area is saved, " + std::to_string(kWhole) + " bytes\n");
 }
 
 TEST_F(Saved, SavingNeedsAnArea) {

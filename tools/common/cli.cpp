@@ -79,6 +79,11 @@ Option *Option::capture_default_str() {
     return this;
 }
 
+Option *Option::hide() {
+    option_->group("");
+    return this;
+}
+
 size_t Option::count() const { return option_->count(); }
 
 App::App(const std::string &description, std::string_view program, const std::string &version)
@@ -96,6 +101,13 @@ Option *App::Keep(CLI::Option *option) {
 
 App *App::add_subcommand(const std::string &name, const std::string &help) {
     return subcommands_.emplace_back(new App(app_->add_subcommand(name, help))).get();
+}
+
+App *App::subcommand(const std::string &name) const {
+    for (const auto &subcommand : subcommands_) {
+        if (subcommand->app_->get_name() == name) return subcommand.get();
+    }
+    return nullptr;
 }
 
 Option *App::add_option(const std::string &name, std::string &value, const std::string &help) {
@@ -128,8 +140,6 @@ bool App::has_option(const std::string &name) const { return app_->get_option_no
 void App::require_subcommand(size_t count) { app_->require_subcommand(static_cast<int>(count)); }
 
 void App::require_option(size_t least, size_t most) { app_->require_option(least, most); }
-
-void App::fallthrough(bool yes) { app_->fallthrough(yes); }
 
 void App::prefix_command() { app_->prefix_command(); }
 

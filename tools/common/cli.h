@@ -60,6 +60,8 @@ class Option {
     Option *take_last();
     // The value that it has now is shown in --help.
     Option *capture_default_str();
+    // Not shown in --help.
+    Option *hide();
     // How often it was given.
     size_t count() const;
     explicit operator bool() const { return count() != 0; }
@@ -76,6 +78,7 @@ class App {
     App &operator=(const App &) = delete;
 
     App *add_subcommand(const std::string &name, const std::string &help = {});
+    App *subcommand(const std::string &name) const;
     Option *add_option(const std::string &name, std::string &value, const std::string &help = {});
     Option *add_option(const std::string &name, std::vector<std::string> &values,
                        const std::string &help = {});
@@ -87,8 +90,6 @@ class App {
     bool has_option(const std::string &name) const;
     void require_subcommand(size_t count);
     void require_option(size_t least, size_t most);
-    // Options of a subcommand that it does not know are looked for here.
-    void fallthrough(bool yes = true);
     // From the first positional argument on everything is left alone.
     void prefix_command();
     void without_help_flag();

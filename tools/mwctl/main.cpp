@@ -37,31 +37,61 @@ void Fail(std::string_view text) {
 
 namespace {
 
-// The options of every command that choose where it reads, and the choice once the line is read.
-void AddSource(cli::App &app) {
-    static std::string from;
-    static bool no_lock = false;
-    cli::Option *file = app.add_option("--from", from, "Reads a saved area (mwctl save) and not the live one")
-                            ->type_name("FILE");
-    cli::Option *unlocked = app.add_flag(
-        "--no-lock", no_lock, "Takes no semaphores: for when one is stuck; a record may be half written");
-    unlocked->excludes(file);
-    app.once_parsed([&app, file, unlocked] {
-        const std::string name = app.chosen();
-        if (name.empty()) return;
-        const Needs needs = std::ranges::find(Known(), name, &Command::name)->needs;
-        if (file->count() != 0 && needs != Needs::kRecords) {
-            throw cli::UsageError(name + ": this is about the live area, and --from does not go with it");
+// The options that choose where a command reads: they may stand before its name or behind it.
+class SourceOptions {
+  public:
+    // A command's help shows those that go with it.
+    void AddTo(cli::App &app, Needs needs = Needs::kRecords) {
+        cli::Option *from =
+            app.add_option("--from", from_, "Reads a saved area (mwctl save) and not the live one");
+        cli::Option *no_lock =
+            app.add_flag("--no-lock", no_lock_,
+                         "Takes no semaphores: for when one is stuck; a record may be half written");
+        from->type_name("FILE");
+        if (needs != Needs::kRecords) from->hide();
+        if (needs == Needs::kLiveArea) no_lock->hide();
+        all_from_.push_back(from);
+    }
+
+    // What was chosen, once the command line has been read.
+    void Choose(const Command &command) const {
+        const bool from =
+            std::ranges::any_of(all_from_, [](const auto *option) { return option->count() != 0; });
+        const std::string name(command.name);
+        if (from && command.needs != Needs::kRecords) {
+            throw cli::UsageError(name +
+                                       ": this is about the live area, and --from does not go with it");
         }
-        if (unlocked->count() != 0 && needs == Needs::kLiveArea) {
-            throw cli::UsageError(name + ": this needs the semaphores, and --no-lock does not go with it");
+        if (no_lock_ && command.needs == Needs::kLiveArea) {
+            throw cli::UsageError(name +
+                                       ": this needs the semaphores, and --no-lock does not go with it");
         }
-        if (no_lock) ReadUnlocked();
-        if (file->count() == 0) return;
-        const std::string problem = ReadFromSaved(from);
+        if (from && no_lock_) throw cli::UsageError("--no-lock excludes --from");
+        if (no_lock_) ReadUnlocked();
+        if (!from) return;
+        const std::string problem = ReadFromSaved(from_);
         if (problem.empty()) return;
         Fail(problem);
         throw cli::Ended{exit_code};
+    }
+
+  private:
+    std::string from_;
+    bool no_lock_ = false;
+    std::vector<cli::Option *> all_from_;
+};
+
+void AddCommands(cli::App &app) {
+    static SourceOptions source;
+    source.AddTo(app);
+    for (const Command &command : Known()) {
+        command.add(app);
+        source.AddTo(*app.subcommand(std::string(command.name)), command.needs);
+    }
+    app.once_parsed([&app] {
+        for (const Command &command : Known()) {
+            if (app.chosen() == command.name) source.Choose(command);
+        }
     });
 }
 
@@ -76,9 +106,7 @@ int main(int argc, char **argv) {
                  mwctl::kProgram, "mwctl " MIDWARE_VERSION);
     app.require_subcommand(1);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
-    app.fallthrough();  // the options of the program may stand behind those of a command
-    mwctl::AddSource(app);
-    for (const mwctl::Command &command : mwctl::Known()) command.add(app);
+    mwctl::AddCommands(app);
     if (const auto code = app.Run(argc, argv)) return *code;
     return mwctl::exit_code;
 }

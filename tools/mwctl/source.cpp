@@ -77,10 +77,12 @@ bool ReadAll(int from, size_t most, std::vector<std::byte> &bytes) {
     return true;
 }
 
-// The bytes of a regular file, at most `most` and one. A pipe is not waited for. The problem, or nothing.
-std::string ReadRegular(const std::string &path, int flags, size_t most, std::vector<std::byte> &bytes) {
-    errno = 0;
+// The bytes of a regular file, at most `most` and one. A pipe is not waited for. The problem, or nothing;
+// `missing` is whether that is it.
+std::string ReadRegular(const std::string &path, int flags, size_t most, std::vector<std::byte> &bytes,
+                        bool &missing) {
     const int from = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | flags);
+    missing = from < 0 && errno == ENOENT;
     if (from < 0) return std::strerror(errno);
     struct stat status {};
     std::string problem;
@@ -149,7 +151,8 @@ std::byte *Taken(const midware::Module &module, std::string &problem) {
 
 SavedFile OpenSaved(const std::string &path) {
     SavedFile opened;
-    opened.problem = ReadRegular(path, 0, kLargestSaved, opened.bytes);
+    bool missing = false;
+    opened.problem = ReadRegular(path, 0, kLargestSaved, opened.bytes, missing);
     if (!opened.problem.empty()) {
         opened.problem += ": give a file that mwctl save wrote";
     } else {
@@ -199,14 +202,15 @@ std::string Exchange(const midware::Module &module, std::span<const std::byte> f
 ConfigBytes ReadConfig(std::string_view path) {
     const char *root = secure_getenv("MIDWARE_ROOT");
     ConfigBytes config;
+    bool missing = false;
     const std::string problem = ReadRegular(fmt::format("{}{}", root == nullptr ? "" : root, path),
-                                            O_NOFOLLOW, kLargestConfig, config.bytes);
+                                            O_NOFOLLOW, kLargestConfig, config.bytes, missing);
     if (problem.empty() && config.bytes.size() <= kLargestConfig) {
         config.state = SavedConfig::State::kPresent;
         return config;
     }
     config.bytes.clear();
-    config.state = errno == ENOENT ? SavedConfig::State::kMissing : SavedConfig::State::kUnreadable;
+    config.state = missing ? SavedConfig::State::kMissing : SavedConfig::State::kUnreadable;
     return config;
 }
 

@@ -383,7 +383,7 @@ void AddCheck(cli::App &app) {
     check->callback(Check);
 }
 
-const Command kCommand("check", AddCheck);
+const Command kCommand("check", AddCheck, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl

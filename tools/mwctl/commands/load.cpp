@@ -52,7 +52,7 @@ void AddLoad(cli::App &app) {
     load->footer(
         "Each module is replaced under its semaphore. Configuration files are left as they are. To look at "
         "a\n"
-        "saved area without touching the live one: mwctl --from FILE show.");
+        "saved area without touching the live one: mwctl show --from FILE.");
     load->callback(Load);
 }
 

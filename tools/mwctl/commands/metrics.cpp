@@ -201,7 +201,7 @@ void AddMetrics(cli::App &app) {
     metrics->callback(Metrics);
 }
 
-const Command kCommand("metrics", AddMetrics);
+const Command kCommand("metrics", AddMetrics, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl

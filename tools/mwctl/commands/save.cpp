@@ -102,7 +102,7 @@ void AddSave(cli::App &app) {
     save->add_option("FILE", path, "The file; an earlier saved area in it is replaced")->required();
     save->add_flag("--force", force, "Replaces a file that is no saved area, too");
     save->footer(
-        "Each module is copied under its semaphore. Read it with --from: mwctl --from FILE show.\n"
+        "Each module is copied under its semaphore. Read it with mwctl show --from FILE.\n"
         "Serial numbers and addresses are in it: nobody but its owner can read the file.");
     save->callback(Save);
 }

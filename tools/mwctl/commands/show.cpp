@@ -233,8 +233,9 @@ void AddShow(cli::App &app) {
         ->check(CheckPath);
     show->add_flag("--json", options.json, "One JSON document with every field under its name");
     show->add_flag("--all", options.all, "Every field also of the records that are else a line each");
-    show->add_flag("--raw", options.raw,
-                   "The bytes in hexadecimal, with their offsets and the names of the fields");
+    show->add_flag(
+        "--raw", options.raw,
+        "The bytes in hexadecimal, with the names of the fields and their offsets in the area or the record");
     AddRequests(*show);
     show->footer(
         "A list shows the slots in use. Reserved bytes are shown when they are not zero.\n"

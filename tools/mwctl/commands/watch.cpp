@@ -234,7 +234,7 @@ void AddWatch(cli::App &app) {
     watch->callback(Watch);
 }
 
-const Command kCommand("watch", AddWatch);
+const Command kCommand("watch", AddWatch, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl
