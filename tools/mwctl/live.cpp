@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cmath>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 
@@ -92,11 +92,17 @@ std::string AreaWatch::Why() const {
     return attached_ ? "the shared area was removed: run midware-init" : tools::WhyNoArea();
 }
 
-void StartAgain(const std::vector<std::string> &more) {
+void StartAgain(std::string_view option, std::string_view value) {
     std::ifstream file("/proc/self/cmdline", std::ios::binary);
     std::vector<std::string> arguments;
-    for (std::string one; std::getline(file, one, '\0');) arguments.push_back(one);
-    arguments.insert(arguments.end(), more.begin(), more.end());
+    bool is_value = false;  // of the option that is replaced
+    for (std::string one; std::getline(file, one, '\0');) {
+        const bool drop =
+            !option.empty() && (is_value || one == option || one.starts_with(fmt::format("{}=", option)));
+        is_value = !option.empty() && one == option;
+        if (!drop) arguments.push_back(one);
+    }
+    if (!option.empty()) arguments.push_back(fmt::format("{}={}", option, value));
     std::vector<char *> pointers;
     for (std::string &one : arguments) pointers.push_back(one.data());
     pointers.push_back(nullptr);

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli.h"
@@ -41,9 +42,10 @@ class AreaWatch {
     ino_t inode_ = 0;  // 0: it cannot be told when it goes
 };
 
-// Starts this program again in the same process, with the same arguments and some more: the only way to the
-// area that has replaced the one that it is attached to. Returns when that fails.
-void StartAgain(const std::vector<std::string> &more);
+// Starts this program again in the same process, with the same arguments: the only way to the area that has
+// replaced the one that it is attached to. With an option, "--count", that gets another value. Returns when
+// that fails.
+void StartAgain(std::string_view option = {}, std::string_view value = {});
 
 }  // namespace mwctl
 

@@ -168,7 +168,6 @@ void Run(cli::App *command) {
 void AddCall(cli::App &app) {
     cli::App *command = app.add_subcommand("call", "Calls a function of the library: FUNCTION [ARGUMENT...]");
     command->prefix_command();  // from FUNCTION on everything is left to TakeOptions
-    command->fallthrough(false);
     command->without_help_flag();
     command->add_flag("-h,--help", options.help, "Print this help, or that of the FUNCTION, and exit");
     command->add_flag("--list", options.list, "Show the prototypes, or those whose names match PATTERN");

@@ -1,6 +1,7 @@
 // mwctl status: the shared area, its module areas with their records, and their semaphores.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "area.h"

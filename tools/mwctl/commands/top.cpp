@@ -200,7 +200,7 @@ void Top() {
     const bool again = Run(screen);
     screen.Close();
     if (again) {
-        StartAgain({});
+        StartAgain();
         Fail("the shared area was created anew, and the program could not be started again: do it by hand");
     }
 }
