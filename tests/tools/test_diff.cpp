@@ -34,6 +34,8 @@ TEST_F(Diff, OfTheSameIsEmpty) {
     ExpectDone(Mwctl({"diff", file_}), "");
     ExpectDone(Mwctl({"diff", file_, file_}), "");
     EXPECT_EQ(Jq("diff " + file_, ".differences"), "[]\n");
+    setup_.environment["MIDWARE_ROOT"] = dir_ / "nothing";  // two files need no area
+    ExpectDone(Mwctl({"diff", file_, file_}), "");
 }
 
 TEST_F(Diff, OfWhatWasLoadedIsEmpty) {

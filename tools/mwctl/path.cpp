@@ -170,6 +170,14 @@ const Record &AreaRecordOf(const Module &module) {
         .first->second;
 }
 
+Reading ReadArea(const Module &module) {
+    Reading reading{
+        .record = &AreaRecordOf(module), .bytes = std::vector<std::byte>(module.core->size), .count = 1};
+    reading.problem = CopyOut(*module.core, reading.bytes);
+    if (reading.problem.empty()) reading.slots.push_back({0, {}, reading.bytes.data()});
+    return reading;
+}
+
 }  // namespace
 
 Place PlaceOf(const std::string &path, const Field &field, const std::byte *bytes, uint32_t offset,
@@ -181,19 +189,6 @@ Place PlaceOf(const std::string &path, const Field &field, const std::byte *byte
 }
 
 std::string CheckPath(std::string_view path) { return Follow(path).problem; }
-
-Reading AreaReading(const Module &module, std::vector<std::byte> bytes) {
-    Reading reading{.record = &AreaRecordOf(module), .bytes = std::move(bytes), .count = 1};
-    reading.slots.push_back({0, {}, reading.bytes.data()});
-    return reading;
-}
-
-Reading ReadArea(const Module &module) {
-    std::vector<std::byte> bytes(module.core->size);
-    const std::string problem = CopyOut(*module.core, bytes);
-    if (!problem.empty()) return {.record = &AreaRecordOf(module), .problem = problem};
-    return AreaReading(module, std::move(bytes));
-}
 
 PathReading ReadPath(std::string_view path) {
     const Way way = Follow(path);

@@ -45,19 +45,14 @@ PathReading ReadPath(std::string_view path);
 // The path of one of the record's slots.
 std::string PathOf(const PathReading &reading, const Slot &slot);
 
-// The module's area as it is stored, a record of one slot.
-Reading ReadArea(const Module &module);
-// The same of bytes that are there already.
-Reading AreaReading(const Module &module, std::vector<std::byte> bytes);
-
 // A field of a record that has this path and begins at this offset.
 Place PlaceOf(const std::string &path, const Field &field, const std::byte *bytes, uint32_t offset,
               std::optional<uint32_t> element);
 
 Place ElementOf(const Place &array, uint32_t element);
 
-// Calls `visit` for every value, element by element, down to the innermost records. A record or an array of
-// records for which `enter` answers no is passed by.
+// Calls `visit` for every value, element by element, down to the innermost records. A record or an array
+// for which `enter` answers no is passed by.
 using Visit = std::function<void(const Place &value)>;
 using Enter = std::function<bool(const Place &part)>;
 void ForEachValue(const Place &part, const Visit &visit, const Enter &enter = {});

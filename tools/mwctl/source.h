@@ -35,7 +35,7 @@ std::string CopyOut(const midware::Module &module, std::span<std::byte> to);
 std::string Exchange(const midware::Module &module, std::span<const std::byte> from,
                      std::span<std::byte> before);
 
-// The bytes of a configuration file of the live system. False when it cannot be read.
+// A configuration file of the live system.
 struct ConfigBytes {
     SavedConfig::State state = SavedConfig::State::kMissing;
     std::vector<std::byte> bytes{};
