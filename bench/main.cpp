@@ -124,7 +124,9 @@ nlohmann::ordered_json Results() {
         const Figure *who = Find(wish.group, wish.row, wish.who);
         const Figure *against = wish.against.empty() ? nullptr : Find(wish.group, wish.row, wish.against);
         if (who == nullptr || (against == nullptr && !wish.against.empty())) continue;
-        const double is = against == nullptr ? Median(*who) : Ratio(*who, *against);
+        // A figure on its own is as bad as its worst sample.
+        const double worst = Quantile(who->samples, wish.is == Is::kAtMost ? 1 : 0);
+        const double is = against == nullptr ? worst : Ratio(*who, *against);
         results["wanted"].push_back(
             {{"group", wish.group},
              {"row", wish.row},
