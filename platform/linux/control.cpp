@@ -91,8 +91,8 @@ Control *MapSegment(const char *path) {
 class CreationLock {
   public:
     explicit CreationLock(Control &control) : control_(control) {
-        constexpr uint32_t kTimeoutMs = 5000;
-        error_ = LockWithin(&control_.creation, kTimeoutMs);
+        constexpr uint64_t kPatience = 5000 * kMillisecond;
+        error_ = LockUntil(&control_.creation, Now() + kPatience);
         if (error_ == EOWNERDEAD) error_ = pthread_mutex_consistent(&control_.creation);
     }
     ~CreationLock() {
@@ -141,44 +141,31 @@ Control *MapControl(bool create) {
     return control;
 }
 
-namespace {
+uint64_t Now() {
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000 * kMillisecond + static_cast<uint64_t>(now.tv_nsec);
+}
 
 #ifdef __SANITIZE_THREAD__
 // The thread sanitizer follows a mutex through trylock only: it does not know the other clock's function, and
 // misses the death of a holder in the timed one.
-int LockUntil(pthread_mutex_t *mutex, const timespec &deadline) {
+int LockUntil(pthread_mutex_t *mutex, uint64_t deadline) {
     for (;;) {
         const int answer = pthread_mutex_trylock(mutex);
         if (answer != EBUSY) return answer;
-        timespec now;
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        if (now.tv_sec > deadline.tv_sec ||
-            (now.tv_sec == deadline.tv_sec && now.tv_nsec >= deadline.tv_nsec))
-            return ETIMEDOUT;
+        if (Now() >= deadline) return ETIMEDOUT;
         constexpr timespec kPause = {0, 100000};
         nanosleep(&kPause, nullptr);
     }
 }
 #else
-int LockUntil(pthread_mutex_t *mutex, const timespec &deadline) {
-    return pthread_mutex_clocklock(mutex, CLOCK_MONOTONIC, &deadline);
+int LockUntil(pthread_mutex_t *mutex, uint64_t deadline) {
+    const timespec moment = {static_cast<time_t>(deadline / (1000 * kMillisecond)),
+                             static_cast<long>(deadline % (1000 * kMillisecond))};
+    return pthread_mutex_clocklock(mutex, CLOCK_MONOTONIC, &moment);
 }
 #endif
-
-}  // namespace
-
-int LockWithin(pthread_mutex_t *mutex, uint32_t timeout_ms) {
-    constexpr long kSecond = 1000000000;
-    timespec deadline;
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_sec += static_cast<time_t>(timeout_ms / 1000);
-    deadline.tv_nsec += static_cast<long>(timeout_ms % 1000) * 1000000;
-    if (deadline.tv_nsec >= kSecond) {
-        deadline.tv_nsec -= kSecond;
-        ++deadline.tv_sec;
-    }
-    return LockUntil(mutex, deadline);
-}
 
 // Slots are given away and never taken back, so a probe ends at the first one that is free.
 Slot *FindHashed(Control &control, uint32_t key) {

@@ -32,7 +32,10 @@ static_assert(sizeof(ControlHeader) == 24);
 struct alignas(64) Slot {
     pthread_mutex_t mutex;  // robust; initialised from the start
     std::atomic<uint32_t> created;
-    std::atomic<uint32_t> key;
+
+    // Not 0 while somebody has waited so long that newcomers let it go first: the low bits of the time on the
+    // monotonic clock, in milliseconds, until which that is so.
+    std::atomic<uint32_t> hungry;
 
     // Written by the holder only. `turns` is odd while the semaphore is held: first the holder's numbers are
     // stored, then it turns odd; it turns even before the release. It carries into `turns_high`.
@@ -41,6 +44,7 @@ struct alignas(64) Slot {
     std::atomic<uint32_t> pid;
     std::atomic<uint32_t> tid;
 
+    std::atomic<uint32_t> key;
     std::atomic<uint32_t> contended;
     std::atomic<uint32_t> timed_out;
     std::atomic<uint32_t> recovered;
@@ -104,8 +108,13 @@ inline Slot *FindSlot(Control &control, uint32_t key) {
     return FindHashed(control, key);
 }
 
-// Waits for a lock until a moment on the monotonic clock. An error number: 0, EOWNERDEAD, ETIMEDOUT, ...
-int LockWithin(pthread_mutex_t *mutex, uint32_t timeout_ms);
+// The monotonic clock in nanoseconds.
+uint64_t Now();
+
+// Waits for a lock until a moment on that clock. An error number: 0, EOWNERDEAD, ETIMEDOUT, ...
+int LockUntil(pthread_mutex_t *mutex, uint64_t deadline);
+
+inline constexpr uint64_t kMillisecond = 1000000;
 
 // The slot of a semaphore that is created now when it was not. NULL with errno set.
 Slot *CreateSlot(uint32_t key);

@@ -1,10 +1,14 @@
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <tuple>
@@ -179,7 +183,92 @@ void Recover(Slot &slot, uint32_t key) {
     errno = error;
 }
 
-// What follows a trylock that did not answer 0.
+// --- waiting
+// -----------------------------------------------------------------------------------------------------
+//
+// The kernel wakes waiters in the order in which they came, but whoever is running takes the mutex before the
+// one that was woken. That is fast, and lets a waiter starve when others come back again and again. So one
+// that has waited for kHungryAfter says so in the slot, and newcomers then sleep before they try: what was
+// waiting is served in order.
+
+constexpr uint64_t kHungryAfter = 2 * kMillisecond;
+constexpr uint64_t kHungryFor = 100 * kMillisecond;  // unless it says so again: it may have been killed
+constexpr uint64_t kGiveWayFor = 50 * kMillisecond;  // at most, in one call
+
+uint32_t MillisecondsOf(uint64_t time) { return static_cast<uint32_t>(time / kMillisecond); }
+
+bool IsOver(uint32_t hungry, uint64_t now) { return static_cast<int32_t>(hungry - MillisecondsOf(now)) < 0; }
+
+// Says that this thread is hungry, or says it again when `mine` is what it said. What it says, or 0 when
+// another one is.
+uint32_t SayHungry(Slot &slot, uint64_t now, uint32_t mine) {
+    uint32_t said = slot.hungry.load(kRelaxed);
+    if (said != mine && said != 0 && !IsOver(said, now)) return 0;
+    const uint32_t until = MillisecondsOf(now + kHungryFor) | 1;
+    return slot.hungry.compare_exchange_strong(said, until, kRelaxed) ? until : 0;
+}
+
+// Sleeps while somebody is hungry.
+void GiveWay(Slot &slot, uint64_t until) {
+    while (uint32_t said = slot.hungry.load(kRelaxed)) {
+        const uint64_t now = Now();
+        if (IsOver(said, now)) slot.hungry.compare_exchange_strong(said, 0, kRelaxed);
+        if (now >= until) return;
+        const uint64_t rest = until - now;
+        const timespec patience = {static_cast<time_t>(rest / (1000 * kMillisecond)),
+                                   static_cast<long>(rest % (1000 * kMillisecond))};
+        static_assert(sizeof(timespec) == 2 * sizeof(long) && sizeof slot.hungry == 4);
+        syscall(SYS_futex, &slot.hungry, FUTEX_WAIT, said, &patience, nullptr, 0);
+    }
+}
+
+// Takes back what was said.
+void BeSated(Slot &slot, uint32_t mine) {
+    if (slot.hungry.compare_exchange_strong(mine, 0, kRelaxed))
+        syscall(SYS_futex, &slot.hungry, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+inline void Pause() {
+#if defined __x86_64__ || defined __i386__
+    __builtin_ia32_pause();
+#elif defined __aarch64__ || (defined __ARM_ARCH && __ARM_ARCH >= 7)
+    asm volatile("yield");
+#endif
+}
+
+// Most holders are done sooner than a waiter could fall asleep.
+int Spin(Slot &slot) {
+    constexpr int kTries = 20;
+    int answer = EBUSY;
+    for (int i = 0; i < kTries && answer == EBUSY; ++i) {
+        Pause();
+        if ((slot.turns.load(kRelaxed) & 1) == 0) answer = pthread_mutex_trylock(&slot.mutex);
+    }
+    return answer;
+}
+
+int Wait(Slot &slot, uint32_t timeout_ms) {
+    uint64_t now = Now();
+    const uint64_t deadline = now + timeout_ms * kMillisecond;
+    if (slot.hungry.load(kRelaxed) != 0) {
+        GiveWay(slot, std::min(deadline, now + kGiveWayFor));
+        now = Now();
+    }
+    int answer = Spin(slot);
+    uint32_t hungry = 0;
+    if (answer == EBUSY) {
+        do {
+            const uint64_t slice = hungry == 0 ? kHungryAfter : kHungryFor / 2;
+            answer = LockUntil(&slot.mutex, std::min(deadline, now + slice));
+            now = Now();
+            if (answer == ETIMEDOUT && now < deadline) hungry = SayHungry(slot, now, hungry);
+        } while (answer == ETIMEDOUT && now < deadline);
+    }
+    if (hungry != 0) BeSated(slot, hungry);
+    return answer;
+}
+
+// What follows a trylock that did not answer 0, or was not tried to let another one go first.
 __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint32_t timeout_ms, int answer) {
     const bool busy = answer == EBUSY;
     std::atomic<uint32_t> &waits = UserOf(slot, Me()).waits;
@@ -187,7 +276,7 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
     if (busy && timeout_ms > 0) {
         waits.store(1, kRelaxed);
         HeldFor(slot);
-        answer = LockWithin(&slot.mutex, timeout_ms);
+        answer = Wait(slot, timeout_ms);
     }
     const bool taken = answer == 0 || answer == EOWNERDEAD;
     if (taken) {
@@ -205,7 +294,9 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
 inline int32_t LockSlot(Slot &slot, uint32_t key, uint32_t timeout_ms) {
     const Self &me = Me();
     Enlist(slot, me);
-    const int answer = pthread_mutex_trylock(&slot.mutex);
+    int answer = EBUSY;
+    if (slot.hungry.load(kRelaxed) == 0 || timeout_ms == 0) [[likely]]
+        answer = pthread_mutex_trylock(&slot.mutex);
     if (answer != 0) [[unlikely]]
         return LockBusy(slot, key, timeout_ms, answer);
     BecomeHolder(slot, me);
