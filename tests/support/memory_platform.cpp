@@ -1,6 +1,7 @@
 #include "memory_platform.h"
 
 #include <sys/mman.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -95,7 +96,8 @@ int Print(char *dest, size_t dest_size, const char *format, va_list args) {
 void *Load(const char *path) {
     if (Fails(Call::kIniLoad)) return nullptr;
     State &now = Now();
-    now.handles[++now.last_handle] = now.files[path];
+    const auto found = now.files.find(path);
+    now.handles[++now.last_handle] = found == now.files.end() ? IniFile() : found->second;
     return reinterpret_cast<void *>(now.last_handle);
 }
 
@@ -237,7 +239,11 @@ int hov_printf_s(const char *format, ...) {
 }
 
 void *IniLoadFile(const char *path) { return Load(path); }
-void *HOV_IniLoadFile(const char *path) { return Load(path); }
+void *HOV_IniLoadFile(const char *path) {
+    void *ini = Load(path);
+    if (ini != nullptr) Now().files[path];
+    return ini;
+}
 
 int32_t IniSaveFile(void *ini, const char *path) {
     const IniFile *file = Find(ini);
@@ -335,6 +341,13 @@ PRINT_FUNCTION(hov_snprintf_s)
 const char *hov_strerror_s(int error) {
     const char *text = strerrordesc_np(error);
     return text != nullptr ? text : "Unknown error";
+}
+
+// The uptime is the same at all times.
+int sysinfo(struct sysinfo *info) noexcept {
+    *info = {};
+    info->uptime = 4711;
+    return 0;
 }
 
 }  // extern "C"
