@@ -172,3 +172,40 @@ void StoreProcessors() {
     ASSERT_EQ(MW_SetCpuUsgInfoFromME(17, MW_VALID_FLAG), 0);
     ASSERT_EQ(MW_SetCpuUsgInfoFromHostMon(0x00FF00), 0);
 }
+
+void StoreDisks() {
+    PchCtrlAssetInfo ctrls{};
+    ctrls.dwPCHCtrlNum = 1;
+    PchCtrlInfo &ctrl = ctrls.atPchCtrl[0];
+    ctrl.dwCtrlId = 0xB8;
+    ctrl.wVendorId = 0x1234;
+    ctrl.wDeviceId = 0x5678;
+    ctrl.dwClassCode = 0x010601;
+    ctrl.ucPortNum = 2;
+    ctrl.dwDev = 0x17;
+    ctrl.ucCpuId = 1;
+    Put(ctrl.acDriverName, "ahci");
+    ASSERT_EQ(MW_SetPCHCtrlAssetInfo(&ctrls), 0);
+
+    PchDiskAssetInfo disks{};
+    disks.dwPCHDiskNum = 3;
+    for (uint32_t i = 0; i < 3; ++i) {
+        PchDiskInfo &disk = disks.atPchDisk[i];
+        disk.dwDiskId = i;
+        disk.dwCtrlId = i < 2 ? 0xB8 : 0xC8;
+        disk.wPort = static_cast<uint16_t>(i + 4);
+        disk.wSectorSize = 512;
+        disk.ucInfoA = i == 0 ? MW_HD_HEALTH_GOOD : MW_HD_HEALTH_UNKNOWN;
+        disk.ucInfoB = MW_HD_MEDIA_ROTATING;
+        disk.ucTemperature = i == 0 ? 35 : 0;
+        disk.dwRotateRate = i == 0 ? 7200 : 10500;
+        disk.dwInfoC = 476940;
+        disk.ucIfType = MW_PCH_IF_SATA;
+        disk.dLinkRate = i == 0 ? 6.0 : 12.0;
+        Put(disk.acVendor, "ATA");
+        Put(disk.acModel, i == 0 ? "TOSHIBA EXAMPLE" : "EXAMPLE");
+        Put(disk.acSerialNum, "SER");
+        Put(disk.acFwVersion, "FW1");
+    }
+    ASSERT_EQ(MW_SetPCHDiskAssetInfo(&disks), 0);
+}

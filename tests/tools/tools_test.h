@@ -42,5 +42,7 @@ void ExpectGolden(const std::string &text, const std::string &name);
 void StoreServices();
 void StoreMemory();
 void StoreProcessors();
+// Two disks on one controller, and one whose controller is not in the table.
+void StoreDisks();
 
 #endif

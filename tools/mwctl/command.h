@@ -27,11 +27,19 @@ void Fail(std::string_view text);
 // values it is given, where it is these that it refused.
 bool Change(const midware::Module *core, const std::function<int32_t()> &call, std::string_view refusal = {});
 
+// What a subcommand works on, and so which of the options that choose another source (source.h) it takes.
+enum class Needs : uint8_t {
+    kRecords,   // --from and --no-lock
+    kArea,      // --no-lock
+    kLiveArea,  // none: it changes something, or is about the semaphores
+};
+
 // Adds a subcommand to the program: a source file in commands/ has one at namespace scope.
 struct Command {
-    Command(std::string_view command, void (*add_it)(CLI::App &app));
+    Command(std::string_view command, void (*add_it)(CLI::App &app), Needs needed = Needs::kRecords);
     std::string_view name;
     void (*add)(CLI::App &app);
+    Needs needs;
 };
 
 // Adds subcommands of `mwctl set`: a source file in settings/ has one at namespace scope.

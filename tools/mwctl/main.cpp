@@ -4,6 +4,7 @@
 
 #include "command.h"
 #include "output.h"
+#include "source.h"
 #include "text.h"
 
 namespace mwctl {
@@ -17,7 +18,8 @@ std::vector<Command> &Known() {
 
 }  // namespace
 
-Command::Command(std::string_view command, void (*add_it)(CLI::App &)) : name(command), add(add_it) {
+Command::Command(std::string_view command, void (*add_it)(CLI::App &), Needs needed)
+    : name(command), add(add_it), needs(needed) {
     std::vector<Command> &known = Known();
     known.insert(std::ranges::upper_bound(known, name, {}, &Command::name), *this);
 }
@@ -33,6 +35,37 @@ void Fail(std::string_view text) {
     exit_code = tools::kFailed;
 }
 
+namespace {
+
+// The options of every command that choose where it reads, and the choice once the line is read.
+void AddSource(CLI::App &app) {
+    static std::string from;
+    static bool no_lock = false;
+    CLI::Option *file = app.add_option("--from", from, "Reads a saved area (mwctl save) and not the live one")
+                            ->type_name("FILE");
+    CLI::Option *unlocked = app.add_flag(
+        "--no-lock", no_lock, "Takes no semaphores: for when one is stuck; a record may be half written");
+    unlocked->excludes(file);
+    app.parse_complete_callback([&app, file, unlocked] {
+        if (app.get_subcommands().empty()) return;
+        const std::string name = app.get_subcommands().front()->get_name();
+        const Needs needs = std::ranges::find(Known(), name, &Command::name)->needs;
+        if (file->count() != 0 && needs != Needs::kRecords) {
+            throw CLI::ValidationError(name + ": this is about the live area, and --from does not go with it");
+        }
+        if (unlocked->count() != 0 && needs == Needs::kLiveArea) {
+            throw CLI::ValidationError(name + ": this needs the semaphores, and --no-lock does not go with it");
+        }
+        if (no_lock) ReadUnlocked();
+        if (file->count() == 0) return;
+        const std::string problem = ReadFromSaved(from);
+        if (problem.empty()) return;
+        Fail(problem);
+        throw CLI::RuntimeError(exit_code);
+    });
+}
+
+}  // namespace
 }  // namespace mwctl
 
 int main(int argc, char **argv) {
@@ -44,6 +77,8 @@ int main(int argc, char **argv) {
     app.require_subcommand(1);
     app.set_version_flag("--version", "mwctl " MIDWARE_VERSION);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
+    app.fallthrough();  // the options of the program may stand behind those of a command
+    mwctl::AddSource(app);
     for (const mwctl::Command &command : mwctl::Known()) command.add(app);
 
     try {
@@ -52,6 +87,7 @@ int main(int argc, char **argv) {
         std::ostringstream text;
         app.exit(asked, text, text);
         mwctl::Finish(tools::EndedLine(text.str()));
+    } catch (const CLI::RuntimeError &) {  // it was said what is wrong
     } catch (const CLI::ParseError &error) {
         const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
         const std::string what =

@@ -273,7 +273,7 @@ void AddDiskSlot(CLI::App &app) {
     AddListCommand(*command);
 }
 
-const Command kCommand("disk-slot", AddDiskSlot);
+const Command kCommand("disk-slot", AddDiskSlot, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl

@@ -36,7 +36,7 @@ void AddSet(CLI::App &app) {
     for (const auto add : Known()) add(*set);
 }
 
-const Command kCommand("set", AddSet);
+const Command kCommand("set", AddSet, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl

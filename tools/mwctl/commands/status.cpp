@@ -81,7 +81,7 @@ void AddStatus(CLI::App &app) {
     status->callback(Status);
 }
 
-const Command kCommand("status", AddStatus);
+const Command kCommand("status", AddStatus, Needs::kLiveArea);
 
 }  // namespace
 }  // namespace mwctl
