@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 
+#include "area.h"
 #include "every_function.h"
 #include "hov_midware.h"
 #include "input.h"
@@ -36,24 +37,6 @@ Buffer &BufferOf(size_t parameter) {
 
 void Spare() { std::abort(); }
 
-uint32_t Number(fuzz::Input &input) {
-    static constexpr uint32_t kNumbers[] = {
-        0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFFE, 0x7FFF, 0x8000, 0xFFFF, 0x10000,   256,
-        257,        1000,       4096,       70000,      708703, 708704, 708705, 0x1000000, 0x55555555};
-    const uint8_t choice = input.Byte();
-    if (choice < 200) return choice;
-    if (choice - 200u < std::size(kNumbers)) return kNumbers[choice - 200];
-    return input.Word();
-}
-
-size_t Place(fuzz::Input &input) {
-    const uint8_t choice = input.Byte();
-    if (choice >= 128) return input.Word(3) % kAreaSize;
-    // Counts stand at the beginning of an area or behind its records.
-    const midware::Module &module = *midware::kModules[choice % std::size(midware::kModules)];
-    return module.offset + input.Word(2) % module.size;
-}
-
 void Fill(fuzz::Input &input, uint8_t *to, size_t size) {
     switch (input.Byte() % 6) {
         case 0:
@@ -63,7 +46,7 @@ void Fill(fuzz::Input &input, uint8_t *to, size_t size) {
             memset(to, input.Byte(), size);
             break;
         case 2: {
-            const size_t from = Place(input);
+            const size_t from = fuzz::Place(input);
             memcpy(to, memory_platform::Area() + from, std::min(size, kAreaSize - from));
             break;
         }
@@ -107,7 +90,7 @@ void CallOne(fuzz::Input &input) {
     const every::Function &function = functions[input.Word(2) % functions.size()];
     std::vector<Value> values(function.parameters.size() + 1);
     for (size_t i = 0; i < function.parameters.size(); ++i) {
-        if (function.parameters[i].kind == Kind::kNumber) values[i].number = Number(input);
+        if (function.parameters[i].kind == Kind::kNumber) values[i].number = fuzz::Number(input);
     }
     for (size_t i = 0; i < function.parameters.size(); ++i) {
         const every::Parameter &parameter = function.parameters[i];
@@ -147,27 +130,14 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     fuzz::Input input(data, size);
     memory_platform::Reset();
     pSendRedfunc = Spare;
-    uint8_t *area = memory_platform::Area();
     for (int step = 0; step < kStepsMax && !input.empty(); ++step) {
-        switch (input.Byte() % 16) {
-            case 0: {  // a text or a record anywhere
-                const size_t at = Place(input);
-                const std::string_view bytes = input.Bytes(input.Byte());
-                memcpy(area + at, bytes.data(), std::min(bytes.size(), kAreaSize - at));
+        const uint8_t what = input.Byte() % 16;
+        switch (what) {
+            case 0:
+            case 1:
+            case 2:
+                fuzz::ChangeArea(input, what);
                 break;
-            }
-            case 1: {  // no text ends
-                const size_t at = Place(input);
-                const size_t count = std::min<size_t>(input.Word(3), kAreaSize - at);
-                memset(area + at, input.Byte(), count);
-                break;
-            }
-            case 2: {  // a stored count
-                const size_t at = Place(input) / 4 * 4;
-                const uint32_t word = Number(input);
-                memcpy(area + at, &word, std::min<size_t>(sizeof word, kAreaSize - at));
-                break;
-            }
             case 3:
                 ArrangePlatform(input);
                 break;

@@ -44,6 +44,6 @@ int main(int argc, char **argv) {
         std::fprintf(stderr, "there is no input to replay\n");
         return 1;
     }
-    std::printf("%zu inputs\n", inputs);
+    std::fprintf(stderr, "%zu inputs\n", inputs);
     return 0;
 }

@@ -34,7 +34,7 @@ namespace {
 
 // Never accessible, on both sides. What follows the area on its last page is poisoned where something watches
 // that.
-constexpr size_t kFence = size_t{1} << 30;
+constexpr size_t kFence = size_t{1} << (sizeof(void *) > 4 ? 30 : 24);
 
 uint8_t *MapArea() {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
@@ -217,20 +217,21 @@ int32_t OAL_Log2File(const char *, uint32_t, const char *format, ...) {
     return Fails(Call::kJournal) ? -1 : 0;
 }
 
-#define OUTPUT_FUNCTION(name)                        \
-    int32_t name(int32_t, const char *format, ...) { \
-        va_list args;                                \
-        va_start(args, format);                      \
-        Say(format, args);                           \
-        va_end(args);                                \
-        return Fails(Call::kOutput) ? -1 : 0;        \
+// A program may listen to what is said itself.
+#define OUTPUT_FUNCTION(name)                                              \
+    __attribute__((weak)) int32_t name(int32_t, const char *format, ...) { \
+        va_list args;                                                      \
+        va_start(args, format);                                            \
+        Say(format, args);                                                 \
+        va_end(args);                                                      \
+        return Fails(Call::kOutput) ? -1 : 0;                              \
     }
 
 OUTPUT_FUNCTION(IDBG_LINUXAPP_DbgOut)
 OUTPUT_FUNCTION(IDBG_LINUXAPP_Runtime_DbgOut)
 OUTPUT_FUNCTION(IDBG_LINUXAPP_AuditOut)
 
-int hov_printf_s(const char *format, ...) {
+__attribute__((weak)) int hov_printf_s(const char *format, ...) {
     va_list args;
     va_start(args, format);
     const int length = Say(format, args);
