@@ -1,9 +1,10 @@
-// A directory of the process's own, in memory, removed at the end.
+// A directory of the process's own, in memory where that is possible, removed at the end.
 #ifndef FUZZ_DIRECTORY_H
 #define FUZZ_DIRECTORY_H
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -14,9 +15,11 @@ namespace fuzz {
 
 inline const std::string &Directory() {
     static const std::string &directory = *[] {
-        std::string name = "/dev/shm/midware-fuzz-XXXXXX";
+        const bool memory = access("/dev/shm", W_OK) == 0;
+        const std::filesystem::path place = memory ? "/dev/shm" : std::filesystem::temp_directory_path();
+        std::string name = (place / "midware-fuzz-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
-            std::perror("/dev/shm");
+            std::perror(name.c_str());
             std::exit(1);
         }
         std::atexit([] {
