@@ -5,7 +5,7 @@
 
 namespace platform {
 
-constinit thread_local Self t_self;
+constinit thread_local Self t_self{};
 
 namespace {
 

@@ -144,12 +144,29 @@ bool IsKey(std::string_view name) {
 // --- the parsed file
 // -----------------------------------------------------------------------------------------------
 
+// SimpleIni takes a line that lacks its "]" for a section all the same, one whose name runs on through the lines
+// that follow. Such lines are left out.
+std::string WithoutOpenSections(std::string_view text, size_t begin) {
+    std::string kept(text.substr(0, begin));
+    while (begin < text.size()) {
+        const size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
+        std::string_view line = text.substr(begin, end - begin);
+        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+        const bool is_open = line.starts_with('[') && line.find(']') == line.npos;
+        if (is_open) begin = end;
+        kept += text.substr(begin, end + 1 - begin);
+        begin = end + 1;
+    }
+    return kept;
+}
+
 class Image {
   public:
     // False when it cannot be an INI file.
     bool Parse(std::string text) {
         if (text.find('\0') != std::string::npos || text.find(kTail) != std::string::npos) return false;
         has_signature_ = text.starts_with(SI_UTF8_SIGNATURE);
+        text = WithoutOpenSections(text, has_signature_ ? strlen(SI_UTF8_SIGNATURE) : 0);
         // SimpleIni drops a comment that nothing follows: a section of our own follows it while it is there.
         const bool ends_line = text.empty() || text.back() == '\n' || text.back() == '\r';
         text += std::string(ends_line ? "" : "\n") + '[' + kTail + "]\n";

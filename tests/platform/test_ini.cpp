@@ -424,6 +424,22 @@ TEST_F(Ini, ACommentIsKeptInAFileOfNothingElse) {
     }
 }
 
+TEST_F(Ini, ASectionLineWithoutItsEndIsLeftOut) {
+    WriteFile(File(), "[whole]\nk = 1\n  [open\nl = 2\n[\nm = 3\r\n[last]\nn = [4\n[");
+    const char expected[] = "[whole]\nk = 1\nl = 2\nm = 3\n\n\n[last]\nn = [4\n";
+    In([] {
+        void *ini = IniLoadFile(kFile);
+        for (const char *key : {"k", "l", "m"}) EXPECT_NE(Get(ini, "whole", key), "(none)") << key;
+        EXPECT_EQ(Get(ini, "last", "n"), "[4");
+        EXPECT_EQ(IniSaveFile(ini, kFile), 0);
+    });
+    EXPECT_EQ(ReadFile(File()), expected);
+    In([] { SetAndSave("whole", "k", "1"); });
+    EXPECT_EQ(ReadFile(File()), expected);
+    WriteFile(File(), "\xEF\xBB\xBF[open\nk = 1\n");
+    In([] { EXPECT_EQ(Saved("", "k"), "1"); });
+}
+
 // --- saving
 // ------------------------------------------------------------------------------------------------------
 
