@@ -10,6 +10,10 @@
 #include <map>
 #include <regex>
 
+#ifdef MIDWARE_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
 namespace {
 
 constexpr size_t kAreaSize = 708704;
@@ -254,6 +258,9 @@ void InFreshProcess(const std::function<void()> &body) {
     if (child == 0) {
         body();
         std::fflush(nullptr);
+#ifdef MIDWARE_COVERAGE
+        __gcov_dump();
+#endif
         _exit(::testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
