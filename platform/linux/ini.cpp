@@ -377,7 +377,7 @@ void *Load(const char *path, Missing missing) {
     }
 
     timespec now;
-    clock_gettime(CLOCK_REALTIME, &now);
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);  // what files are stamped with; its tick can come late
     Fd fd = OpenRegular(place, O_RDONLY, &status);
     if (!fd && errno == ENOENT) {
         if (missing == Missing::kCreate && !CreateEmpty(place)) return nullptr;

@@ -20,6 +20,7 @@ struct Fault {
 };
 
 Fault g_fault;
+bool g_late_tick = false;  // the clock that files are stamped with has not moved for long
 
 bool Fails(const char *where) {
     if (g_fault.countdown == 0 || --g_fault.countdown > 0) return false;
@@ -67,6 +68,13 @@ int posix_fallocate(int fd, off_t offset, off_t size) {
 int fstat(int fd, struct stat *status) noexcept {
     REAL(fstat, "fstat64");
     return Fails("fstat") ? -1 : real(fd, status);
+}
+
+int clock_gettime(clockid_t clock, timespec *now) noexcept {
+    REAL(clock_gettime, "clock_gettime");
+    const int result = real(clock, now);
+    if (g_late_tick && clock == CLOCK_REALTIME_COARSE) now->tv_sec -= 60;
+    return result;
 }
 
 ssize_t pread(int fd, void *bytes, size_t size, off_t offset) {
@@ -296,5 +304,27 @@ TEST_P(Faults, ARotationThatFailsLosesNoOlderLine) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryCall, Faults, ::testing::Values(EIO, ENOSPC));
+
+using LateTick = PlatformTest;
+
+TEST_F(LateTick, AFileIsNotKeptWhileItsNextChangeCouldHaveTheSameTime) {
+    static constexpr char kIni[] = "/conf/ext/settings.ini";
+    WriteFile(Place(kIni), "[s]\nk = v\n");
+    usleep(60000);
+    const auto is_kept = [] {
+        EXPECT_EQ(IniCloseFile(IniLoadFile(kIni)), 0);
+        LimitDescriptors(true);  // what is kept needs no file to be opened
+        void *ini = IniLoadFile(kIni);
+        LimitDescriptors(false);
+        if (ini != nullptr) IniCloseFile(ini);
+        return ini != nullptr;
+    };
+    In([&] {
+        g_late_tick = true;
+        EXPECT_FALSE(is_kept());
+        g_late_tick = false;
+        EXPECT_TRUE(is_kept());
+    });
+}
 
 }  // namespace

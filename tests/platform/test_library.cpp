@@ -79,13 +79,21 @@ TEST_F(Library, ProgramsWithOtherRightsIgnoreTheEnvironment) {
     struct statvfs file_system;
     ASSERT_EQ(statvfs(program.c_str(), &file_system), 0);
     if ((file_system.f_flag & ST_NOSUID) != 0) GTEST_SKIP() << "no other rights on this file system";
-    constexpr gid_t kGroup = 54321;
-    ASSERT_EQ(chown(program.c_str(), 0, kGroup), 0);
-    ASSERT_EQ(chmod(program.c_str(), 02755), 0);
-    const Outcome privileged = look();
-    EXPECT_TRUE(privileged.Succeeded()) << privileged;
-    EXPECT_EQ(privileged.out, "not found");
-    EXPECT_EQ(privileged.err.find("traced"), std::string::npos);
+    constexpr uid_t kOther = 54321;
+    const struct {
+        uid_t user;
+        gid_t group;
+        mode_t mode;
+    } rights[] = {{kOther, 0, 04755}, {0, kOther, 02755}};
+    for (const auto &right : rights) {
+        SCOPED_TRACE(testing::Message() << std::oct << right.mode);
+        ASSERT_EQ(chown(program.c_str(), right.user, right.group), 0);
+        ASSERT_EQ(chmod(program.c_str(), right.mode), 0);
+        const Outcome privileged = look();
+        EXPECT_TRUE(privileged.Succeeded()) << privileged;
+        EXPECT_EQ(privileged.out, "not found");
+        EXPECT_EQ(privileged.err.find("traced"), std::string::npos);
+    }
 }
 
 }  // namespace

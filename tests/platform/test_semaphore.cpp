@@ -147,8 +147,7 @@ TEST_F(Semaphore, IsHadAtOnceWhenTheHolderReleasesIt) {
         EXPECT_EQ(StatusOf(kKey).contended, 1u);
         EXPECT_EQ(OAL_SemUnLockByKey(kKey, 500), 0);
     });
-    ASSERT_TRUE(Eventually([&] { return state->asking.load(); }));
-    usleep(300000);  // from asking to waiting are a few instructions
+    ASSERT_TRUE(Eventually([&] { return state->asking && waiter.Waits(); }));
     state->release = true;
     EXPECT_TRUE(waiter.Wait().Succeeded());
     EXPECT_TRUE(holder.Wait().Succeeded());
@@ -421,13 +420,15 @@ TEST_F(Semaphore, OneWhoseHolderWasKilledIsHadAtOnce) {
 
 TEST_F(Semaphore, AWaiterGetsItWhenTheHolderIsKilled) {
     SKIP_WITHOUT_DEATH_NOTICE();
+    const Shared<std::atomic<bool>> asking;
     Process holder = Holder(kKey);
-    Process waiter(setup(), [] {
+    Process waiter(setup(), [&] {
+        *asking = true;
         EXPECT_EQ(OAL_SemLockByKey(kKey, 3600 * 1000), 0);
         EXPECT_EQ(StatusOf(kKey).contended, 1u);
         EXPECT_EQ(OAL_SemUnLockByKey(kKey, 500), 0);
     });
-    usleep(20000);
+    ASSERT_TRUE(Eventually([&] { return *asking && waiter.Waits(); }));
     const pid_t pid = holder.pid();
     holder.Kill();
     const Outcome outcome = waiter.Wait();
@@ -439,6 +440,7 @@ TEST_F(Semaphore, AKilledWaiterDoesNoHarm) {
     struct State {
         std::atomic<bool> held{false};
         std::atomic<bool> release{false};
+        std::atomic<bool> asking{false};
     };
     const Shared<State> state;
     Process holder(setup(), [&] {
@@ -448,13 +450,16 @@ TEST_F(Semaphore, AKilledWaiterDoesNoHarm) {
         EXPECT_EQ(OAL_SemUnLockByKey(kKey, 500), 0);
     });
     ASSERT_TRUE(Eventually([&] { return state->held.load(); }));
-    const auto wait = [] { OAL_SemLockByKey(kKey, 3600 * 1000); };
+    const auto wait = [&] {
+        state->asking = true;
+        OAL_SemLockByKey(kKey, 3600 * 1000);
+    };
     Process killed(setup(), wait);
     Process other(setup(), [] {
         EXPECT_EQ(OAL_SemLockByKey(kKey, 3600 * 1000), 0);
         OAL_SemUnLockByKey(kKey, 0);
     });
-    usleep(20000);
+    ASSERT_TRUE(Eventually([&] { return state->asking && killed.Waits(); }));
     killed.Kill();
     state->release = true;
     EXPECT_TRUE(holder.Wait().Succeeded());

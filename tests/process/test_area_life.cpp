@@ -82,8 +82,7 @@ TEST_F(AreaLife, SixteenProcessesCreateOneAreaAtOnce) {
     for (int i = 0; i < 16; ++i) {
         creators.emplace_back(setup_, [&gate] {
             ++gate->ready;
-            while (!gate->open) {
-            }
+            while (!gate->open) sched_yield();
             EXPECT_EQ(MW_MidWareInit(), 0);
             NtpInfo ntp;
             EXPECT_EQ(MW_GetNtpInfo(&ntp), 0);

@@ -10,6 +10,10 @@
 #include <map>
 #include <regex>
 
+#ifdef MIDWARE_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
 namespace {
 
 constexpr size_t kAreaSize = 708704;
@@ -26,35 +30,47 @@ const struct {
     {&g_ptCustCardCollectAddr, 704600},
 };
 
-const std::vector<std::string> &SourceLines(const std::string &source) {
-    static std::map<std::string, std::vector<std::string>> files;
-    auto [found, added] = files.try_emplace(source);
-    if (added) {
-        std::ifstream file(std::string(MIDWARE_SOURCE_DIR "/") + source + ".cpp");
-        for (std::string line; std::getline(file, line);) found->second.push_back(line);
+// For every line of a source file the exported function whose definition holds it; empty where there is none.
+std::vector<std::string> FunctionsByLine(const std::string &source) {
+    static const std::regex definition(R"(^(?:int32_t|int|uint32_t)\s+(\w+)\()");
+    std::vector<std::string> functions = {""};
+    std::ifstream file(std::string(MIDWARE_SOURCE_DIR "/") + source + ".cpp");
+    std::string current;
+    for (std::string line; std::getline(file, line);) {
+        std::smatch match;
+        if (std::regex_search(line, match, definition)) current = match[1];
+        functions.push_back(current);
+        if (line == "}") current.clear();
     }
-    return found->second;
+    return functions;
 }
 
-// The exported function whose definition holds a line of a source file; empty when there is none.
 std::string FunctionAt(const std::string &source, size_t line) {
-    static const std::regex definition(R"(^(?:int32_t|int|uint32_t)\s+(\w+)\()");
-    const std::vector<std::string> &lines = SourceLines(source);
-    if (line == 0 || line > lines.size()) return "";
-    for (size_t i = line; i > 0; --i) {
-        std::smatch match;
-        if (std::regex_search(lines[i - 1], match, definition)) return match[1];
-        if (i < line && lines[i - 1] == "}") return "";
-    }
-    return "";
+    static std::map<std::string, std::vector<std::string>> files;
+    auto [found, added] = files.try_emplace(source);
+    if (added) found->second = FunctionsByLine(source);
+    return line < found->second.size() ? found->second[line] : "";
 }
 
 void ReplaceAll(std::string &text, const std::string &what, const std::string &with) {
     for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) text.replace(at, what.size(), with);
 }
 
-std::string Escaped(const std::string &text) {
-    return std::regex_replace(text, std::regex(R"([.^$|()\[\]{}*+?\\])"), R"(\$&)");
+// Finds a pattern's text in `actual` with a decimal number for each {L}; answers the numbers. False where it differs.
+bool Match(const std::string &actual, const std::string &pattern, std::vector<std::string> &numbers) {
+    size_t at = 0, from = 0;
+    for (;;) {
+        const size_t next = pattern.find("{L}", from);
+        const std::string text = pattern.substr(from, next == std::string::npos ? next : next - from);
+        if (actual.compare(at, text.size(), text) != 0) return false;
+        at += text.size();
+        if (next == std::string::npos) return at == actual.size();
+        const size_t end = std::min(actual.find_first_not_of("0123456789", at), actual.size());
+        if (end == at) return false;
+        numbers.push_back(actual.substr(at, end - at));
+        at = end;
+        from = next + 3;
+    }
 }
 
 // Compares one recorded call with a pattern; `line_of` is the function that its {L} must lie in.
@@ -62,20 +78,15 @@ void ExpectMatch(const std::string &actual, std::string pattern, const std::stri
     ReplaceAll(pattern, "{S}", source);
     ReplaceAll(pattern, "{F}", line_of);
     ReplaceAll(pattern, "{E}", "error " + std::to_string(recorder::Now().lock_errno));
-    if (pattern.find("{L}") == std::string::npos) {
-        EXPECT_EQ(actual, pattern);
-        return;
-    }
-    std::string expression = Escaped(pattern);
-    ReplaceAll(expression, R"(\{L\})", "([0-9]+)");
-    std::smatch match;
-    if (!std::regex_match(actual, match, std::regex(expression))) {
+    std::vector<std::string> numbers;
+    if (!Match(actual, pattern, numbers)) {
         ADD_FAILURE() << "expected: " << pattern << "\n  actual: " << actual;
         return;
     }
-    for (size_t i = 2; i < match.size(); ++i) EXPECT_EQ(match[1], match[i]) << "two lines in " << actual;
+    if (numbers.empty()) return;
+    for (const std::string &number : numbers) EXPECT_EQ(number, numbers[0]) << "two lines in " << actual;
     if (!line_of.empty()) {
-        EXPECT_EQ(FunctionAt(source, std::stoul(match[1])), line_of) << source << ".cpp, line in " << actual;
+        EXPECT_EQ(FunctionAt(source, std::stoul(numbers[0])), line_of) << source << ".cpp, line in " << actual;
     }
 }
 
@@ -153,8 +164,10 @@ void AccessorTest::Detach() {
 }
 
 void AccessorTest::FillArea(uint8_t seed) {
-    const std::vector<uint8_t> bytes = Pattern(kAreaSize, seed);
-    std::memcpy(recorder::Area(), bytes.data(), bytes.size());
+    static std::map<uint8_t, std::vector<uint8_t>> patterns;
+    auto [found, added] = patterns.try_emplace(seed);
+    if (added) found->second = Pattern(kAreaSize, seed);
+    std::memcpy(recorder::Area(), found->second.data(), kAreaSize);
 }
 
 void AccessorTest::ExpectImage(const Image &expected) const {
@@ -245,6 +258,9 @@ void InFreshProcess(const std::function<void()> &body) {
     if (child == 0) {
         body();
         std::fflush(nullptr);
+#ifdef MIDWARE_COVERAGE
+        __gcov_dump();
+#endif
         _exit(::testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;

@@ -95,6 +95,12 @@ Process::~Process() {
     if (err_ >= 0) close(err_);
 }
 
+bool Process::Waits() const {
+    const std::string status = ReadFile("/proc/" + std::to_string(pid_) + "/stat");
+    const size_t name_end = status.rfind(") ");
+    return name_end != std::string::npos && status[name_end + 2] == 'S';
+}
+
 void Process::Signal(int signal) { kill(pid_, signal); }
 
 void Process::Kill() {

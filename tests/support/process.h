@@ -74,6 +74,8 @@ class Process {
     }
 
     pid_t pid() const { return pid_; }
+    // It waits in the kernel, for a semaphore for example.
+    bool Waits() const;
     void Signal(int signal);
     // Kills it and waits until it is dead, but leaves it unreaped: a zombie until Wait.
     void Kill();

@@ -1,8 +1,10 @@
-// Threads of one process that use the library at once, on the real platform layer under a directory of their own.
+// Threads of one process that use the library at once, on the real platform layer under a directory of their
+// own.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -12,39 +14,49 @@
 #include <vector>
 
 #include "midware.h"
+#include "threads_test.h"
 
 namespace {
 
 void **const kPointers[] = {
-    &g_ptMidWareAddr,       &g_ptMemCollectAddr, &g_ptCpuCollectAddr,    &g_ptPemCollectAddr,
-    &g_ptPswCollectAddr,    &g_ptFanCollectAddr, &g_ptNicCollectAddr,    &g_ptFcCardCollectAddr,
-    &g_ptGPUCollectAddr,    &g_ptRaidCollectionAddr, &g_ptBoardCollectAddr, &g_ptPcieCollectAddr,
-    &g_ptFwCollectAddr,     &g_ptServCollectAddr, &g_ptPCHCollectAddr,   &g_ptCustCardCollectAddr};
+    &g_ptMidWareAddr,    &g_ptMemCollectAddr,     &g_ptCpuCollectAddr,   &g_ptPemCollectAddr,
+    &g_ptPswCollectAddr, &g_ptFanCollectAddr,     &g_ptNicCollectAddr,   &g_ptFcCardCollectAddr,
+    &g_ptGPUCollectAddr, &g_ptRaidCollectionAddr, &g_ptBoardCollectAddr, &g_ptPcieCollectAddr,
+    &g_ptFwCollectAddr,  &g_ptServCollectAddr,    &g_ptPCHCollectAddr,   &g_ptCustCardCollectAddr};
 
-// Starts all at once, as nearly as threads can.
+}  // namespace
+
+void Detach() {
+    for (void **pointer : kPointers) *pointer = nullptr;
+}
+
+bool IsAttached() {
+    return std::all_of(std::begin(kPointers), std::end(kPointers),
+                       [](void **pointer) { return *pointer != nullptr; });
+}
+
 void Race(const std::vector<std::function<void()>> &bodies) {
     std::atomic<size_t> waiting{bodies.size()};
     std::vector<std::thread> threads;
     for (const auto &body : bodies) {
         threads.emplace_back([&waiting, &body] {
             --waiting;
-            while (waiting != 0) {
-            }
+            while (waiting != 0) std::this_thread::yield();
             body();
         });
     }
     for (std::thread &thread : threads) thread.join();
 }
 
+namespace {
+
 TEST(Threads, RacingThroughTheFirstCallAttachesOnce) {
     for (int round = 0; round < 200; ++round) {
-        for (void **pointer : kPointers) *pointer = nullptr;
+        Detach();
         NtpInfo ntp;
         uint32_t count = 1;
         Race({[&] { EXPECT_EQ(MW_GetNtpInfo(&ntp), 0); }, [&] { EXPECT_EQ(MW_GetMemCount(&count), 0); }});
-        for (void **pointer : kPointers) {
-            ASSERT_NE(*pointer, nullptr);
-        }
+        ASSERT_TRUE(IsAttached());
     }
 }
 
