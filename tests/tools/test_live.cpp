@@ -105,7 +105,8 @@ class Watch : public LiveTest {
         Process watcher = Start(std::move(arguments));
         uint32_t number = 1;
         EXPECT_TRUE(Eventually([&] {
-            Store([&] { EXPECT_EQ(MW_SetChassisId(++number), 0); });
+            ++number;
+            Store([&] { EXPECT_EQ(MW_SetChassisId(number), 0); });
             return !ReadFile(Out()).empty();
         }));
         return watcher;
@@ -189,9 +190,10 @@ TEST_F(Watch, SaysOnceThatTheAreaGoesAndComes) {
     CreateArea();
     ASSERT_TRUE(Says("shared area: was created anew"));
     const size_t before = ReadFile(Out()).size();
-    uint32_t number = 100;
+    uint32_t number = 50;
     EXPECT_TRUE(Eventually([&] {  // it watches the new one
-        Store([&] { EXPECT_EQ(MW_SetChassisId(++number), 0); });
+        ++number;
+        Store([&] { EXPECT_EQ(MW_SetChassisId(number), 0); });
         return ReadFile(Out()).substr(before).find("wChassisId") != std::string::npos;
     }));
     EXPECT_EQ(TimesSaid("the shared area was removed"), 1u);
@@ -499,8 +501,9 @@ TEST_F(HostileTexts, AreNeverPrintedAsTheyAreWhenTheyChange) {
         watcher.Signal(SIGTERM);
         EXPECT_TRUE(watcher.Wait().Succeeded());
         ExpectHarmless(ReadFile(Out()));
-        if (std::string(json) == "--json")
+        if (std::string(json) == "--json") {
             EXPECT_EQ(Shell("jq -e . \"$MIDWARE_ROOT\"/out >/dev/null").code, 0);
+        }
         Store([] { EXPECT_EQ(MW_SetMemPhyInfo(std::vector<MemPhyInfo>(1).data(), 1), 0); });
     }
 }
