@@ -195,7 +195,7 @@ TEST_F(Check, FindsCountsAboveTheirMaximum) {
         "anew",
         "have its owner write it anew");
     Poke(midware::kGpu.offset + 4, std::string("\xff\0\0\0", 4));
-    ExpectFinding("records", "gpu.tInfo.atGpu[0]",
+    ExpectFinding("records", "gpu.area.tInfo.atGpu[0]",
                   "its stored count is 255, more than the 16 that there can be",
                   "have its owner write it anew");
 }
@@ -208,7 +208,7 @@ TEST_F(Check, FindsTextsWithoutATerminator) {
         ASSERT_EQ(MW_SetCpuPhyInfo(&socket, 1), 0);
     });
     ExpectOneFinding(
-        "texts", "cpu.atCpuPhyInfo[0].acSilkName",
+        "texts", "cpu.area.atCpuPhyInfo[0].acSilkName",
         "fills its " + std::to_string(sizeof(CpuPhyInfo::acSilkName)) + " bytes and has no terminator",
         "have its owner write it anew, shorter by a byte");
     Poke(midware::kMem.offset, std::string(midware::kMem.size, 'x'));

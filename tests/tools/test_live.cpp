@@ -490,7 +490,7 @@ TEST_F(HostileTexts, AreNeverPrintedAsTheyAre) {
         Mwctl({"metrics"}).out.find("name=\"\\\\x1b[31m\\\\x0a\\\"\\\\\\\\xff}x=1\\\\xe2\\\\x80\\\\xae,y"),
         std::string::npos)
         << Mwctl({"metrics"});
-    EXPECT_NE(Mwctl({"check"}).out.find("memory.atPhyInfo[0].acSilkName fills its "), std::string::npos);
+    EXPECT_NE(Mwctl({"check"}).out.find("memory.area.atPhyInfo[0].acSilkName fills its "), std::string::npos);
 }
 
 TEST_F(HostileTexts, AreNeverPrintedAsTheyAreWhenTheyChange) {

@@ -1,11 +1,11 @@
 // midware-init: the start-up program. Creates the shared area before any other process uses it.
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
 
 #include "area.h"
+#include "cli.h"
 #include "output.h"
 #include "text.h"
 
@@ -60,26 +60,16 @@ int main(int argc, char **argv) {
 
     bool fresh = false;
     bool check = false;
-    CLI::App app(
+    cli::App app(
         "Creates the area that the processes of the management controller share. On one that is in use it "
         "does nothing.",
-        std::string(kProgram));
-    app.set_version_flag("--version", "midware-init " MIDWARE_VERSION);
+        kProgram, "midware-init " MIDWARE_VERSION);
     auto *fresh_option =
         app.add_flag("--fresh", fresh, "Starts afresh also when it is in use: discards every record");
     app.add_flag("--check", check, "Changes nothing: only tells whether it is in use")
         ->excludes(fresh_option);
     app.footer("Exit codes: 0 the area is in place, 1 it is not, 2 wrong usage.");
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success &asked) {
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        return tools::Print(kProgram, tools::EndedLine(text.str())) ? tools::kDone : tools::kFailed;
-    } catch (const CLI::ParseError &error) {
-        tools::Complain(kProgram, tools::Printable(error.what()) + " (see --help)");
-        return tools::kUsage;
-    }
+    if (const auto code = app.Run(argc, argv)) return *code;
     return check ? Check() : Initialise(fresh);
 }

@@ -3,19 +3,21 @@
 #include <signal.h>
 #include <time.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 
+#include "cli.h"
 #include "collector.h"
 #include "midware/area.h"
+#include "output.h"
 
 namespace {
 
 using namespace collect;
 
+constexpr std::string_view kProgram = "mwcollect";
 constexpr int kExitNothingWritten = 1;
 constexpr int kExitUsage = 2;
 
@@ -71,6 +73,8 @@ std::string KnownNames() {
 }  // namespace
 
 int main(int argc, char **argv) {
+    tools::PrepareStandardFiles();
+
     std::string root = "/";
     std::vector<std::string> only;
     double interval = 0;
@@ -78,13 +82,14 @@ int main(int argc, char **argv) {
     bool list = false;
     bool verbose = false;
 
-    CLI::App app{"Reads this machine's hardware and host state and writes it to the shared area."};
+    cli::App app("Reads this machine's hardware and host state and writes it to the shared area.", kProgram,
+                 "mwcollect " MIDWARE_VERSION);
     app.add_option("--root", root, "read the machine captured below DIR instead of the live one")
         ->type_name("DIR");
-    CLI::Option *interval_option =
+    cli::Option *interval_option =
         app.add_option("--interval", interval, "collect every SECONDS until SIGINT or SIGTERM")
             ->type_name("SECONDS")
-            ->check(CLI::Validator(
+            ->check(cli::Validator(
                 [](std::string &text) {
                     double seconds = 0;
                     const char *end = text.data() + text.size();
@@ -99,7 +104,7 @@ int main(int argc, char **argv) {
     app.add_option("--only", only, "run these collectors only, separated by commas")
         ->type_name("NAMES")
         ->delimiter(',')
-        ->check(CLI::Validator(
+        ->check(cli::Validator(
             [](std::string &name) {
                 const auto &types = CollectorTypes();
                 const bool known =
@@ -110,14 +115,7 @@ int main(int argc, char **argv) {
             ""));
     app.add_flag("--list", list, "list the collectors and leave");
     app.add_flag("--verbose,-v", verbose, "say what was written, and how many");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success &help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError &error) {
-        app.exit(error);
-        return kExitUsage;
-    }
+    if (const auto code = app.Run(argc, argv)) return *code;
 
     if (list) {
         for (const CollectorType &type : CollectorTypes()) fmt::print("{:<12} {}\n", type.name, type.summary);

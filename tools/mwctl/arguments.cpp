@@ -9,8 +9,8 @@
 
 namespace mwctl {
 
-CLI::Validator NumberIn(std::string what, uint64_t least, uint64_t most) {
-    return CLI::Validator(
+cli::Validator NumberIn(std::string what, uint64_t least, uint64_t most) {
+    return cli::Validator(
         [=](std::string &text) -> std::string {
             const auto number = tools::ParseNumber(text);
             if (number && *number >= least && *number <= most) return {};
@@ -19,8 +19,8 @@ CLI::Validator NumberIn(std::string what, uint64_t least, uint64_t most) {
         fmt::format("{}-{}", least, most));
 }
 
-CLI::Validator HostName(std::string what, size_t longest) {
-    return CLI::Validator(
+cli::Validator HostName(std::string what, size_t longest) {
+    return cli::Validator(
         [=](std::string &text) -> std::string {
             if (text.size() > longest) {
                 return fmt::format("{} has at most {} bytes; this one has {}", what, longest, text.size());
@@ -34,11 +34,11 @@ CLI::Validator HostName(std::string what, size_t longest) {
         "NAME");
 }
 
-CLI::Validator CodeOf(std::string what, std::string_view path, bool any_number) {
+cli::Validator CodeOf(std::string what, std::string_view path, bool any_number) {
     const std::span<const Code> codes = FindField(path)->codes;
     std::vector<std::string_view> names;
     for (const Code &code : codes) names.push_back(code.name);
-    return CLI::Validator(
+    return cli::Validator(
         [=](std::string &text) -> std::string {
             const auto number = tools::ParseNumber(text);
             for (const Code &code : codes) {
@@ -53,8 +53,8 @@ CLI::Validator CodeOf(std::string what, std::string_view path, bool any_number) 
         fmt::format("{}{}", fmt::join(names, "|"), any_number ? "|NUMBER" : ""));
 }
 
-CLI::Validator YesNo(std::string what) {
-    return CLI::Validator(
+cli::Validator YesNo(std::string what) {
+    return cli::Validator(
         [=](std::string &text) -> std::string {
             if (text != "yes" && text != "no") return fmt::format("{} is yes or no, not '{}'", what, text);
             text = text == "yes" ? "1" : "0";

@@ -2,11 +2,11 @@
 #ifndef MWCTL_COMMAND_H
 #define MWCTL_COMMAND_H
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <string_view>
 
+#include "cli.h"
 #include "hov_midware.h"
 
 namespace mwctl {
@@ -29,14 +29,14 @@ bool Change(const midware::Module *core, const std::function<int32_t()> &call, s
 
 // Adds a subcommand to the program: a source file in commands/ has one at namespace scope.
 struct Command {
-    Command(std::string_view command, void (*add_it)(CLI::App &app));
+    Command(std::string_view command, void (*add_it)(cli::App &app));
     std::string_view name;
-    void (*add)(CLI::App &app);
+    void (*add)(cli::App &app);
 };
 
 // Adds subcommands of `mwctl set`: a source file in settings/ has one at namespace scope.
 struct Settings {
-    explicit Settings(void (*add)(CLI::App &set));
+    explicit Settings(void (*add)(cli::App &set));
 };
 
 }  // namespace mwctl

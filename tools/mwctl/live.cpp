@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cmath>
+#include <cstdlib>
 #include <ctime>
 #include <fstream>
 
@@ -25,14 +25,15 @@ std::string AreaPlace() { return tools::PlaceOf(fmt::format("/dev/shm/midware-{}
 
 }  // namespace
 
-void AddInterval(CLI::App &command, double &seconds) {
-    command.add_option("--interval", seconds, "Seconds between two looks")
+void AddInterval(cli::App &command, double &seconds) {
+    command
+        .add_option("--interval", seconds,
+                    fmt::format("Seconds between two looks; {} where none are given", seconds))
         ->type_name("SECONDS")
-        ->capture_default_str()
         ->check([](const std::string &text) -> std::string {
-            double number = 0;
-            if (CLI::detail::lexical_cast(text, number) && number >= kShortest && number <= kLongest)
-                return {};
+            char *end = nullptr;
+            const double number = std::strtod(text.c_str(), &end);
+            if (end != text.c_str() && *end == '\0' && number >= kShortest && number <= kLongest) return {};
             return fmt::format("it is a number of seconds from {} to {}, not '{}'", kShortest, kLongest,
                                text);
         });
@@ -98,11 +99,17 @@ std::string AreaWatch::Why() const {
     return attached_ ? "the shared area was removed: run midware-init" : tools::WhyNoArea();
 }
 
-void StartAgain(const std::vector<std::string> &more) {
+void StartAgain(std::string_view option, std::string_view value) {
     std::ifstream file("/proc/self/cmdline", std::ios::binary);
     std::vector<std::string> arguments;
-    for (std::string one; std::getline(file, one, '\0');) arguments.push_back(one);
-    arguments.insert(arguments.end(), more.begin(), more.end());
+    bool is_value = false;  // of the option that is replaced
+    for (std::string one; std::getline(file, one, '\0');) {
+        const bool drop =
+            !option.empty() && (is_value || one == option || one.starts_with(fmt::format("{}=", option)));
+        is_value = !option.empty() && one == option;
+        if (!drop) arguments.push_back(one);
+    }
+    if (!option.empty()) arguments.push_back(fmt::format("{}={}", option, value));
     std::vector<char *> pointers;
     for (std::string &one : arguments) pointers.push_back(one.data());
     pointers.push_back(nullptr);

@@ -5,14 +5,16 @@
 
 #include <sys/types.h>
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <string>
+#include <string_view>
+
+#include "cli.h"
 
 namespace mwctl {
 
 // Adds --interval, in seconds.
-void AddInterval(CLI::App &command, double &seconds);
+void AddInterval(cli::App &command, double &seconds);
 
 // From now on a signal that asks to end only sets a mark, which Ended() tells.
 void EndOnSignals();
@@ -39,9 +41,10 @@ class AreaWatch {
     ino_t inode_ = 0;  // 0: it cannot be told when it goes
 };
 
-// Starts this program again in the same process, with the same arguments and some more: the only way to the
-// area that has replaced the one that it is attached to. Returns when that fails.
-void StartAgain(const std::vector<std::string> &more);
+// Starts this program again in the same process, with the same arguments: the only way to the area that has
+// replaced the one that it is attached to. With an option, "--count", that gets another value. Returns when
+// that fails.
+void StartAgain(std::string_view option = {}, std::string_view value = {});
 
 }  // namespace mwctl
 

@@ -17,7 +17,7 @@ std::vector<Command> &Known() {
 
 }  // namespace
 
-Command::Command(std::string_view command, void (*add_it)(CLI::App &)) : name(command), add(add_it) {
+Command::Command(std::string_view command, void (*add_it)(cli::App &)) : name(command), add(add_it) {
     std::vector<Command> &known = Known();
     known.insert(std::ranges::upper_bound(known, name, {}, &Command::name), *this);
 }
@@ -39,25 +39,11 @@ int main(int argc, char **argv) {
     tools::PrepareStandardFiles();
     tools::UseLocale();
 
-    CLI::App app("Shows and changes the records that the processes of the management controller share.",
-                 std::string(mwctl::kProgram));
+    cli::App app("Shows and changes the records that the processes of the management controller share.",
+                 mwctl::kProgram, "mwctl " MIDWARE_VERSION);
     app.require_subcommand(1);
-    app.set_version_flag("--version", "mwctl " MIDWARE_VERSION);
     app.footer("Exit codes: 0 done, 1 failed or something is missing, 2 wrong usage.");
     for (const mwctl::Command &command : mwctl::Known()) command.add(app);
-
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success &asked) {  // --help or --version
-        std::ostringstream text;
-        app.exit(asked, text, text);
-        mwctl::Finish(tools::EndedLine(text.str()));
-    } catch (const CLI::ParseError &error) {
-        const bool unknown = app.get_subcommands().empty() && app.remaining_size() > 0;
-        const std::string what =
-            unknown ? "there is no command '" + app.remaining().front() + "'" : error.what();
-        tools::Complain(mwctl::kProgram, tools::Printable(what) + " (see --help)");
-        return tools::kUsage;
-    }
+    if (const auto code = app.Run(argc, argv)) return *code;
     return mwctl::exit_code;
 }

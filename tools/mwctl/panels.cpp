@@ -121,10 +121,10 @@ std::string LineOf(const Row &row, size_t columns) {
     return left + right;
 }
 
-std::vector<Place> Arrange(const std::vector<Panel> &panels, size_t columns, size_t lines) {
+std::vector<Box> Arrange(const std::vector<Panel> &panels, size_t columns, size_t lines) {
     const size_t across = std::clamp<size_t>(columns / kNarrowest, 1, std::min(kMostColumns, panels.size()));
     const size_t width = columns / across;
-    std::vector<Place> places;
+    std::vector<Box> places;
     for (size_t column = 0; column < across; ++column) {
         // The first columns have fewer panels: those are the long ones.
         const size_t left = panels.size() - places.size();

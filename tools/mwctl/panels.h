@@ -32,11 +32,11 @@ std::string HeadOf(const std::vector<ModuleReading> &readings);
 std::string LineOf(const Row &row, size_t columns);
 
 // Where a panel lies: `lines` of them with its title.
-struct Place {
+struct Box {
     size_t x, y, columns, lines;
 };
 // Places for all panels: in one column or, where the screen is wide enough, in several.
-std::vector<Place> Arrange(const std::vector<Panel> &panels, size_t columns, size_t lines);
+std::vector<Box> Arrange(const std::vector<Panel> &panels, size_t columns, size_t lines);
 
 }  // namespace mwctl
 

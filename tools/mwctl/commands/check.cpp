@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -242,7 +243,7 @@ void CheckAreas() {
         std::memcpy(bytes.data(), midware::PointerOf(*module.core), bytes.size());
         if (locked) OAL_SemUnLockByKey(module.core->key, midware::kLockTimeoutMs);
         std::vector<Finding> found;
-        CheckLayout(*module.area, bytes.data(), std::string(module.name), found);
+        CheckLayout(*module.area, bytes.data(), fmt::format("{}.area", module.name), found);
         const size_t told = std::min(found.size(), kMostOfAKind);
         findings.insert(findings.end(), found.begin(), found.begin() + static_cast<ptrdiff_t>(told));
         if (told < found.size()) {
@@ -375,8 +376,8 @@ void Check() {
     Finish(as_json ? AsJson() : AsText(), findings.empty() ? tools::kDone : tools::kFailed);
 }
 
-void AddCheck(CLI::App &app) {
-    CLI::App *check =
+void AddCheck(cli::App &app) {
+    cli::App *check =
         app.add_subcommand("check", "Looks for what is wrong with the installation, and tells the remedy");
     check->add_flag("--json", as_json, "One JSON document");
     check->footer("Changes nothing.\nExit codes: 0 all is well, 1 something is wrong, 2 wrong usage.");

@@ -33,8 +33,8 @@ bool IsHex(std::string_view text, size_t digits, uint32_t most, uint32_t &number
     return number <= most;
 }
 
-CLI::Validator PciAddress(Place &place) {
-    return CLI::Validator(
+cli::Validator PciAddress(Place &place) {
+    return cli::Validator(
         [&place](std::string &text) -> std::string {
             std::string_view rest = text;
             if (std::count(rest.begin(), rest.end(), ':') == 2) {
@@ -61,8 +61,8 @@ std::string Stored(const std::string &label) {
     return stored;
 }
 
-CLI::Validator Label() {
-    return CLI::Validator(
+cli::Validator Label() {
+    return cli::Validator(
         [](std::string &text) -> std::string {
             const size_t size = Stored(text).size();
             if (text.empty()) return "a label has at least one byte; see disk-slot remove";
@@ -149,7 +149,7 @@ bool Save(PchDiskCustomCfg disk, uint32_t setting, bool write, std::string &done
     return true;
 }
 
-void AddPlace(CLI::App &command, Place &place) {
+void AddPlace(cli::App &command, Place &place) {
     command.add_option("ADDRESS", place.address, "PCI address of the disk's controller")
         ->required()
         ->check(PciAddress(place));
@@ -160,18 +160,18 @@ void AddPlace(CLI::App &command, Place &place) {
         ->check(NumberIn("the number of a processor", 0, 255));
 }
 
-void AddSetCommand(CLI::App &app) {
+void AddSetCommand(cli::App &app) {
     static Place place;
     static std::string slot, label;
-    CLI::App *command = app.add_subcommand("set", "Stores a custom slot number or label of a disk");
+    cli::App *command = app.add_subcommand("set", "Stores a custom slot number or label of a disk");
     AddPlace(*command, place);
-    CLI::Option *with_slot =
+    cli::Option *with_slot =
         command->add_option("--slot", slot, "The slot number")->check(NumberIn("a slot number", 0, 254));
-    CLI::Option *with_label =
+    cli::Option *with_label =
         command->add_option("--label", label, "What is printed beside the drive bay")->check(Label());
     command->callback([with_slot, with_label] {
         if (with_slot->count() + with_label->count() == 0) {
-            throw CLI::RequiredError("disk-slot set: one of --slot and --label");
+            throw cli::UsageError("disk-slot set: one of --slot and --label is required");
         }
         PchDiskCustomCfg disk = ConfigOf(place);
         std::string done;
@@ -188,10 +188,10 @@ void AddSetCommand(CLI::App &app) {
     });
 }
 
-void AddRemoveCommand(CLI::App &app) {
+void AddRemoveCommand(cli::App &app) {
     static Place place;
     static bool slot = false, label = false;
-    CLI::App *command =
+    cli::App *command =
         app.add_subcommand("remove", "Removes custom settings of a disk, all when none is named");
     AddPlace(*command, place);
     command->add_flag("--slot", slot, "The slot number");
@@ -245,8 +245,8 @@ std::vector<PchDiskCustomCfg> KnownDisks() {
     return known;
 }
 
-void AddListCommand(CLI::App &app) {
-    CLI::App *command = app.add_subcommand("list", "Shows the custom settings of the disks that there are");
+void AddListCommand(cli::App &app) {
+    cli::App *command = app.add_subcommand("list", "Shows the custom settings of the disks that there are");
     command->callback([] {
         std::string text;
         exit_code = 0;
@@ -264,8 +264,8 @@ void AddListCommand(CLI::App &app) {
     });
 }
 
-void AddDiskSlot(CLI::App &app) {
-    CLI::App *command =
+void AddDiskSlot(cli::App &app) {
+    cli::App *command =
         app.add_subcommand("disk-slot", "Custom slot numbers and labels of the disks behind the PCH");
     command->require_subcommand(1);
     AddSetCommand(*command);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -184,8 +185,8 @@ void Metrics() {
     for (const std::string &problem : problems) Fail(problem);
 }
 
-void AddMetrics(CLI::App &app) {
-    CLI::App *metrics =
+void AddMetrics(cli::App &app) {
+    cli::App *metrics =
         app.add_subcommand("metrics", "Prints readings, health, alarms and semaphores for Prometheus");
     metrics
         ->add_option("--output", output,

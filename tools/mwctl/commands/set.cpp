@@ -7,14 +7,14 @@
 namespace mwctl {
 namespace {
 
-std::vector<void (*)(CLI::App &)> &Known() {
-    static std::vector<void (*)(CLI::App &)> settings;
+std::vector<void (*)(cli::App &)> &Known() {
+    static std::vector<void (*)(cli::App &)> settings;
     return settings;
 }
 
 }  // namespace
 
-Settings::Settings(void (*add)(CLI::App &set)) { Known().push_back(add); }
+Settings::Settings(void (*add)(cli::App &set)) { Known().push_back(add); }
 
 bool Change(const midware::Module *core, const std::function<int32_t()> &call, std::string_view refusal) {
     if (core != nullptr && !tools::AreaExists()) {
@@ -30,8 +30,8 @@ bool Change(const midware::Module *core, const std::function<int32_t()> &call, s
 
 namespace {
 
-void AddSet(CLI::App &app) {
-    CLI::App *set = app.add_subcommand("set", "Changes a setting");
+void AddSet(cli::App &app) {
+    cli::App *set = app.add_subcommand("set", "Changes a setting");
     set->require_subcommand(1);
     for (const auto add : Known()) add(*set);
 }

@@ -27,11 +27,11 @@ bool HasRequested(const Module &module) {
 }
 
 // One flag for each option that some record belongs to.
-void AddRequests(CLI::App &show) {
+void AddRequests(cli::App &show) {
     for (const Module &module : Modules()) {
         for (const Record &record : module.records) {
             const std::string flag = fmt::format("--{}", record.option);
-            if (record.option.empty() || show.get_option_no_throw(flag) != nullptr) continue;
+            if (record.option.empty() || show.has_option(flag)) continue;
             show.add_flag_callback(
                 flag, [option = record.option] { options.requested = option; },
                 std::string(record.option_help));
@@ -43,7 +43,7 @@ std::vector<ModuleReading> ReadChosen() {
     if (!options.requested.empty()) {
         for (const std::string &name : options.modules) {
             if (HasRequested(*FindModule(name))) continue;
-            throw CLI::ValidationError(
+            throw cli::UsageError(
                 fmt::format("--{}: there is no such list of {}", options.requested, name));
         }
     }
@@ -105,8 +105,8 @@ void Show() {
     for (const std::string &problem : problems) Fail(problem);
 }
 
-void AddShow(CLI::App &app) {
-    CLI::App *show = app.add_subcommand("show", "Reads records and prints them");
+void AddShow(cli::App &app) {
+    cli::App *show = app.add_subcommand("show", "Reads records and prints them");
     show->add_option("MODULE", options.modules,
                      "What to show; everything when none is named: " + NamesOfModules())
         ->check(CheckModule);

@@ -1,6 +1,7 @@
 // mwctl status: the shared area, its module areas with their records, and their semaphores.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "area.h"
@@ -112,8 +113,8 @@ void Status() {
     if (missing != 0) Fail(fmt::format("{} of the module semaphores are missing: run midware-init", missing));
 }
 
-void AddStatus(CLI::App &app) {
-    CLI::App *status =
+void AddStatus(cli::App &app) {
+    cli::App *status =
         app.add_subcommand("status", "Shows the shared area, its module areas and their semaphores");
     status->add_flag("--json", as_json, "One JSON document");
     status->footer(

@@ -113,7 +113,7 @@ class View {
         screen.Put(0, 0, LineOf({head_, TimeStamp()}, columns - 1), Screen::Look::kTitle);
         screen.Put(0, lines - 1, tools::Cut(std::string(kKeys), columns - 1), Screen::Look::kPlain);
         if (!panels_.empty()) {
-            const std::vector<Place> places = Arrange(panels_, columns, lines - 2);
+            const std::vector<Box> places = Arrange(panels_, columns, lines - 2);
             for (size_t i = 0; i < panels_.size(); ++i) {
                 if (zoomed_ && i == selected_) DrawPanel(screen, i, {0, 0, columns, lines - 2});
                 if (!zoomed_) DrawPanel(screen, i, places[i]);
@@ -123,7 +123,7 @@ class View {
     }
 
   private:
-    void DrawPanel(Screen &screen, size_t index, const Place &place) {
+    void DrawPanel(Screen &screen, size_t index, const Box &place) {
         if (place.lines < 2) return;
         const Panel &panel = panels_[index];
         const size_t rows = panel.rows.size();
@@ -200,13 +200,13 @@ void Top() {
     const bool again = Run(screen);
     screen.Close();
     if (again) {
-        StartAgain({});
+        StartAgain();
         Fail("the shared area was created anew, and the program could not be started again: do it by hand");
     }
 }
 
-void AddTop(CLI::App &app) {
-    CLI::App *top =
+void AddTop(cli::App &app) {
+    cli::App *top =
         app.add_subcommand("top", "Shows temperatures, fans, power, alarms, health and semaphores live");
     top->add_flag("--once", once, "Prints one screen as plain text, with every line, and ends");
     AddInterval(*top, interval);

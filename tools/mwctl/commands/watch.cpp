@@ -1,6 +1,7 @@
 // mwctl watch: prints every value that changes.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -25,7 +26,7 @@ struct Options {
     std::vector<std::string> modules;
     bool json = false;
     double interval = 1;
-    uint64_t count = 0;  // 0: without end
+    uint32_t count = 0;  // 0: without end
 };
 Options options;
 
@@ -203,16 +204,15 @@ void Watch() {
         lines.clear();
         if (options.count != 0 && round >= options.count) return;
         if (state == AreaWatch::State::kReplaced) {
-            const uint64_t left = options.count == 0 ? 0 : options.count - round;
-            StartAgain({fmt::format("--count={}", left)});
+            StartAgain("--count", fmt::format("{}", options.count == 0 ? 0 : options.count - round));
             return Fail("the program could not be started again: do it by hand");
         }
         if (!Pause(interval)) return;
     }
 }
 
-void AddWatch(CLI::App &app) {
-    CLI::App *watch =
+void AddWatch(cli::App &app) {
+    cli::App *watch =
         app.add_subcommand("watch", "Prints every value that changes, with its path, old and new");
     watch
         ->add_option("MODULE", options.modules,
@@ -224,8 +224,7 @@ void AddWatch(CLI::App &app) {
         ->add_option(
             "--count", options.count,
             "Ends after so many looks for changes; 0: only when it is told to, or nobody reads it any more")
-        ->type_name("N")
-        ->take_last();
+        ->type_name("N");
     watch->footer(
         "Also says when the shared area goes and comes, and when a semaphore is held for longer than 500 ms. "
         "Times "

@@ -18,9 +18,9 @@ constexpr uint64_t kAnyWord = UINT32_MAX;
 std::string OrNone(const std::string &name) { return name.empty() ? "none" : tools::Printable(name); }
 const char *YesOrNo(uint32_t value) { return value == 0 ? "no" : "yes"; }
 
-void AddNtpServer(CLI::App &set) {
+void AddNtpServer(cli::App &set) {
     static std::string number, name;
-    CLI::App *command =
+    cli::App *command =
         set.add_subcommand("ntp-server", "Stores the name of one NTP server; an empty name clears it");
     command->add_option("N", number, "Which server")
         ->required()
@@ -36,9 +36,9 @@ void AddNtpServer(CLI::App &set) {
     });
 }
 
-void AddNtpInterval(CLI::App &set) {
+void AddNtpInterval(cli::App &set) {
     static std::string seconds;
-    CLI::App *command = set.add_subcommand("ntp-interval", "Stores the polling interval of the NTP client");
+    cli::App *command = set.add_subcommand("ntp-interval", "Stores the polling interval of the NTP client");
     command->add_option("SECONDS", seconds)->required()->check(NumberIn("the polling interval", 1, kAnyWord));
     command->callback([] {
         if (!Change(kCore, [] { return MW_SetNtpInterval(NumberOf(seconds)); })) return;
@@ -46,9 +46,9 @@ void AddNtpInterval(CLI::App &set) {
     });
 }
 
-void AddTimeSource(CLI::App &set) {
+void AddTimeSource(cli::App &set) {
     static std::string source;
-    CLI::App *command = set.add_subcommand("time-source", "Chooses where the time comes from");
+    cli::App *command = set.add_subcommand("time-source", "Chooses where the time comes from");
     command->add_option("SOURCE", source)
         ->required()
         ->transform(CodeOf("the time source", "services.ntp.dwTimeSource", true));
@@ -71,9 +71,9 @@ void Apply(const std::string &given, Word &word, std::string &done,
 
 // The records are stored whole: read, changed, written. A change that another process makes in between is
 // lost, which the interface cannot avoid.
-void AddNtp(CLI::App &set) {
+void AddNtp(cli::App &set) {
     static std::string enable, servers, authenticate, key;
-    CLI::App *command = set.add_subcommand("ntp", "Changes how the NTP client works");
+    cli::App *command = set.add_subcommand("ntp", "Changes how the NTP client works");
     command->add_option("--enable", enable, "Whether the client runs")->transform(YesNo("--enable"));
     command->add_option("--servers", servers, "How many of the servers are in use")
         ->check(NumberIn("the number of servers in use", 0, MW_NTP_SERVER_MAX));
@@ -97,12 +97,12 @@ void AddNtp(CLI::App &set) {
     });
 }
 
-void AddSyslog(CLI::App &set) {
+void AddSyslog(cli::App &set) {
     static std::string enable, server, address, port, transport, severity;
-    CLI::App *command = set.add_subcommand("syslog", "Changes the remote logging");
+    cli::App *command = set.add_subcommand("syslog", "Changes the remote logging");
     command->add_option("--enable", enable, "Whether remote logging, or with --server that server, is on")
         ->transform(YesNo("--enable"));
-    CLI::Option *which = command->add_option("--server", server, "The server that the other options are for")
+    cli::Option *which = command->add_option("--server", server, "The server that the other options are for")
                              ->check(NumberIn("the number of a log server", 1, MW_SYSLOG_SERVER_MAX));
     command->add_option("--address", address, "Its host name or address; an empty one clears the server")
         ->needs(which)

@@ -19,11 +19,11 @@ void Store(uint32_t policy, std::string_view done, const std::string &refusal) {
     Finish(fmt::format(fmt::runtime(done), wanted.dwPolicyValue));
 }
 
-void Add(CLI::App &set) {
-    CLI::App *policy = set.add_subcommand("thermal-policy", "Chooses how the fans are controlled");
+void Add(cli::App &set) {
+    cli::App *policy = set.add_subcommand("thermal-policy", "Chooses how the fans are controlled");
     policy->require_subcommand(1);
 
-    CLI::App *automatic = policy->add_subcommand("auto", "By temperature");
+    cli::App *automatic = policy->add_subcommand("auto", "By temperature");
     automatic->add_option("--mode", number, fmt::format("The cooling mode, 0 to {}", MW_COOLING_MODE_MAX))
         ->required()
         ->check(NumberIn("a cooling mode", 0, UINT32_MAX));
@@ -33,7 +33,7 @@ void Add(CLI::App &set) {
                           MW_COOLING_MODE_MAX, NumberOf(number)));
     });
 
-    CLI::App *manual = policy->add_subcommand("manual", "At a fixed speed");
+    cli::App *manual = policy->add_subcommand("manual", "At a fixed speed");
     manual
         ->add_option("--percent", number,
                      fmt::format("The speed of the fans, {} to {} percent", MW_MANUAL_PERCENT_MIN,

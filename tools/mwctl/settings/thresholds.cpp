@@ -36,12 +36,12 @@ void Store(const Threshold &threshold, uint32_t percent) {
     Finish(fmt::format("{} usage threshold: {} %, hysteresis {} %\n", threshold.name, stored[0], stored[1]));
 }
 
-void Add(CLI::App &set) {
+void Add(cli::App &set) {
     static std::string percent;
-    CLI::App *command = set.add_subcommand("threshold", "Stores the usage that raises an alarm");
+    cli::App *command = set.add_subcommand("threshold", "Stores the usage that raises an alarm");
     command->require_subcommand(1);
     for (const Threshold &threshold : kThresholds) {
-        CLI::App *which = command->add_subcommand(std::string(threshold.name));
+        cli::App *which = command->add_subcommand(std::string(threshold.name));
         which->add_option("PERCENT", percent)->required()->check(NumberIn("a threshold in percent", 0, 100));
         which->callback([&threshold] { Store(threshold, NumberOf(percent)); });
     }
