@@ -189,10 +189,12 @@ TEST_F(Check, FindsASemaphoreWhoseHolderEnded) {
 
 TEST_F(Check, FindsCountsAboveTheirMaximum) {
     Poke(midware::kMem.offset, std::string("\x41\0\0\0", 4));  // 65 slots
+    ExpectFinding("records", "memory.slots", "its stored count is 65, more than the 64 that there can be",
+                  "have its owner write it anew");
     ExpectFinding(
-        "records", "memory.slots",
-        "cannot be read: the stored count is above the maximum: the owner of the records has to write them "
-        "anew",
+        "records", "memory.temperatures",
+        "cannot be read: the stored count is above the maximum: the owner of the records has to write "
+        "them anew",
         "have its owner write it anew");
     Poke(midware::kGpu.offset + 4, std::string("\xff\0\0\0", 4));
     ExpectFinding("records", "gpu.area.tInfo.atGpu[0]",

@@ -307,7 +307,7 @@ void CheckDirectory(const char *name) {
     std::string path = wanted;
     struct stat status {};
     while (stat(path.c_str(), &status) != 0) {
-        if (errno != ENOENT || path.find('/') == path.npos || path.size() <= 1) break;
+        if ((errno != ENOENT && errno != ENOTDIR) || path.find('/') == path.npos || path.size() <= 1) break;
         path.erase(path.rfind('/'));
         if (path.empty()) path = "/";
     }
