@@ -1,4 +1,5 @@
 // The shared area from its creation on, and what stands in its way.
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
