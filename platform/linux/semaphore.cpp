@@ -215,10 +215,11 @@ void GiveWay(Slot &slot, uint64_t until) {
         if (IsOver(said, now)) slot.hungry.compare_exchange_strong(said, 0, kRelaxed);
         if (now >= until) return;
         const uint64_t rest = until - now;
-        const timespec patience = {static_cast<time_t>(rest / (1000 * kMillisecond)),
-                                   static_cast<long>(rest % (1000 * kMillisecond))};
-        static_assert(sizeof(timespec) == 2 * sizeof(long) && sizeof slot.hungry == 4);
-        syscall(SYS_futex, &slot.hungry, FUTEX_WAIT, said, &patience, nullptr, 0);
+        // What the call takes, which is the C library's timespec only where that has no wider seconds.
+        const long patience[] = {static_cast<long>(rest / (1000 * kMillisecond)),
+                                 static_cast<long>(rest % (1000 * kMillisecond))};
+        static_assert(sizeof slot.hungry == 4);
+        syscall(SYS_futex, &slot.hungry, FUTEX_WAIT, said, patience, nullptr, 0);
     }
 }
 
