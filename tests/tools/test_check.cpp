@@ -198,7 +198,7 @@ TEST_F(Check, FindsCountsAboveTheirMaximum) {
         "have its owner write it anew");
     Poke(midware::kGpu.offset + 4, std::string("\xff\0\0\0", 4));
     ExpectFinding("records", "gpu.area.tInfo.atGpu[0]",
-                  "its stored count is 255, more than the 16 that there can be",
+                  "its stored count is 255, more than the 20 that there can be",
                   "have its owner write it anew");
 }
 

@@ -102,6 +102,7 @@ class Watch : public LiveTest {
     // Starts it and waits until it has looked: until it tells of a change of the chassis, which it has to
     // watch.
     Process StartLooking(std::vector<std::string> arguments) {
+        unlink(Out().c_str());
         Process watcher = Start(std::move(arguments));
         uint32_t number = 1;
         EXPECT_TRUE(Eventually([&] {
@@ -234,8 +235,8 @@ TEST_F(Watch, SaysOnceThatASemaphoreIsStuck) {
 TEST_F(Watch, WrongIntervalsAreRefused) {
     for (const char *wrong : {"0", "x", "-1", "100000"}) {
         ExpectRefused(Mwctl({"watch", "--interval", wrong}), 2,
-                      std::string("mwctl: --interval: '") +
-                          wrong + "' is no number of seconds from 0.01 to 86400 (see --help)\n");
+                      std::string("mwctl: --interval: '") + wrong +
+                          "' is no number of seconds from 0.01 to 86400 (see --help)\n");
     }
 }
 
@@ -278,6 +279,45 @@ TEST_F(Top, OncePrintsEveryLine) {
     EXPECT_EQ(outcome.err, "");
     const std::string text = WithoutTimes(outcome.out);
     ExpectGolden(std::regex_replace(text, std::regex(" +\\d+ taken"), " N taken"), "top.txt");
+}
+
+// A saved area looks like the live one did, at the time when it was saved, and has no semaphores.
+TEST_F(LiveTest, ViewsOfASavedAreaAreThoseOfTheLiveOneWithoutSemaphores) {
+    Store(StoreMachine);
+    const std::string file = dir_ / "area.mw";
+    ASSERT_TRUE(Mwctl({"save", file}).Succeeded());
+    const std::string live = Mwctl({"top", "--once"}).out;
+    const std::string metrics = Mwctl({"metrics"}).out;
+    ASSERT_EQ(Shell("rm -r \"$MIDWARE_ROOT\"/dev").code, 0);
+
+    const Outcome saved = Mwctl({"top", "--once", "--from", file});
+    EXPECT_TRUE(saved.Succeeded()) << saved;
+    const size_t semaphores = live.find("\nSemaphores\n");
+    ASSERT_NE(semaphores, live.npos);
+    const std::string head = live.substr(0, live.find('\n'));
+    EXPECT_EQ(WithoutTimes(saved.out), "mwctl top  host power: on (1)  (saved area)  TIME\n" +
+                                           live.substr(head.size() + 1, semaphores - head.size() - 1));
+    const Outcome series = Mwctl({"--from", file, "metrics"});
+    EXPECT_TRUE(series.Succeeded()) << series;
+    EXPECT_EQ(series.out.find("semaphore"), std::string::npos);
+    for (const std::string &line : LinesOf(series.out))
+        EXPECT_NE(metrics.find(line + "\n"), std::string::npos) << line;
+    EXPECT_NE(series.out.find("midware_temperature_celsius{"), std::string::npos);
+}
+
+TEST_F(Top, ShowsASavedAreaOnTheWholeScreen) {
+    if (!HasTmux()) GTEST_SKIP() << "tmux is not installed";
+    Store(StoreMachine);
+    ASSERT_TRUE(Mwctl({"save", dir_ / "area.mw"}).Succeeded());
+    ASSERT_EQ(Shell("rm -r \"$MIDWARE_ROOT\"/dev").code, 0);
+    Tmux(
+        "new-session -d -x 80 -y 24 '\"$MWCTL\" top --from \"$MIDWARE_ROOT\"/area.mw; echo \"exit=$?\"; "
+        "cat'");
+    EXPECT_TRUE(Shows("(saved area)")) << Screen();
+    EXPECT_TRUE(Shows("8400 rpm")) << Screen();
+    EXPECT_EQ(Screen().find("Semaphores"), std::string::npos) << Screen();
+    Press("q");
+    EXPECT_TRUE(Shows("exit=0")) << Screen();
 }
 
 TEST_F(Top, OnceSaysThatThereIsNoArea) {

@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "area.h"
+#include "source.h"
 #include "text.h"
 
 namespace mwctl {
@@ -66,6 +67,7 @@ bool Pause(std::chrono::milliseconds time, bool input) {
 std::string TimeStamp() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
+    if (const auto saved = SavedTime()) now = {static_cast<time_t>(*saved), 0};
     tm utc{};
     gmtime_r(&now.tv_sec, &utc);
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", utc.tm_year + 1900, utc.tm_mon + 1,
@@ -73,6 +75,7 @@ std::string TimeStamp() {
 }
 
 AreaWatch::State AreaWatch::Look() {
+    if (SavedTime()) return State::kPresent;
     struct stat status {};
     const std::string place = AreaPlace();
     const bool there = !place.empty() && stat(place.c_str(), &status) == 0;

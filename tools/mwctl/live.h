@@ -25,7 +25,7 @@ bool Ended();
 // to end, or, unless `input`, when nobody reads its standard output any more. False then.
 bool Pause(std::chrono::milliseconds time, bool input = false);
 
-// "2026-03-01T12:00:00.123Z"
+// "2026-03-01T12:00:00.123Z": of what is read, which is now unless it was saved.
 std::string TimeStamp();
 
 // The shared area as a process finds it that stays attached: a mapping outlives the file.

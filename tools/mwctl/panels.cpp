@@ -7,6 +7,7 @@
 
 #include "area.h"
 #include "samples.h"
+#include "source.h"
 #include "text.h"
 #include "value.h"
 #include "views.h"
@@ -63,7 +64,7 @@ std::string HeadOf(const std::vector<ModuleReading> &readings) {
             });
         }
     }
-    return fmt::format("mwctl top  host power: {}", power);
+    return fmt::format("mwctl top  host power: {}{}", power, SavedTime() ? "  (saved area)" : "");
 }
 
 std::vector<Panel> PanelsOf(const std::vector<ModuleReading> &readings) {
@@ -103,7 +104,8 @@ std::vector<Panel> PanelsOf(const std::vector<ModuleReading> &readings) {
     if (health.rows.empty()) health.rows.push_back({"no alarm is asserted", "", Mark::kGood});
     for (std::vector<Row> *rows : {&bad_healths, &healths})
         health.rows.insert(health.rows.end(), rows->begin(), rows->end());
-    std::vector<Panel> panels{temperatures, fans, power, health, SemaphorePanel()};
+    std::vector<Panel> panels{temperatures, fans, power, health};
+    if (!SavedTime()) panels.push_back(SemaphorePanel());
     for (Panel &panel : panels) {
         if (panel.rows.empty()) panel.rows.push_back({"none", ""});
     }

@@ -174,6 +174,10 @@ std::string ReadFromSaved(const std::string &path) {
     return {};
 }
 
+std::optional<int64_t> SavedTime() {
+    return source == From::kSaved ? std::optional(file.saved.time) : std::nullopt;
+}
+
 void ReadUnlocked() { source = From::kUnlocked; }
 
 bool ReadsUnlocked() { return source == From::kUnlocked; }

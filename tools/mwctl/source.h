@@ -6,6 +6,8 @@
 
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -25,6 +27,8 @@ SavedFile OpenSaved(const std::string &path);
 
 // To be called before anything of the platform is. The problem, or nothing.
 std::string ReadFromSaved(const std::string &path);
+// When what is read was saved, in seconds since 1970; nothing when it is the live area.
+std::optional<int64_t> SavedTime();
 // Each module is copied when its semaphore would be taken.
 void ReadUnlocked();
 bool ReadsUnlocked();

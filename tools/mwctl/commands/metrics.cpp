@@ -13,6 +13,7 @@
 #include "command.h"
 #include "output.h"
 #include "samples.h"
+#include "source.h"
 #include "text.h"
 #include "walk.h"
 
@@ -142,7 +143,7 @@ std::string Collect(std::vector<std::string> &problems) {
         problems.push_back(tools::WhyNoArea());
         return text + SemaphoreMetrics();
     }
-    text += SemaphoreMetrics();  // before reading takes them
+    if (!SavedTime()) text += SemaphoreMetrics();  // before reading takes them
     std::vector<ModuleReading> readings;
     for (const Module &module : Modules()) readings.push_back(Read(module, {}, readings));
     for (const ModuleReading &module : readings) {
@@ -202,7 +203,7 @@ void AddMetrics(cli::App &app) {
     metrics->callback(Metrics);
 }
 
-const Command kCommand("metrics", AddMetrics, Needs::kLiveArea);
+const Command kCommand("metrics", AddMetrics, Needs::kRecords);
 
 }  // namespace
 }  // namespace mwctl

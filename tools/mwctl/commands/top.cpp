@@ -218,7 +218,7 @@ void AddTop(cli::App &app) {
     top->callback(Top);
 }
 
-const Command kCommand("top", AddTop, Needs::kLiveArea);
+const Command kCommand("top", AddTop, Needs::kRecords);
 
 }  // namespace
 }  // namespace mwctl

@@ -233,7 +233,7 @@ void AddWatch(cli::App &app) {
     watch->callback(Watch);
 }
 
-const Command kCommand("watch", AddWatch, Needs::kLiveArea);
+const Command kCommand("watch", AddWatch, Needs::kArea);
 
 }  // namespace
 }  // namespace mwctl
