@@ -248,7 +248,8 @@ int Spin(Slot &slot) {
     return answer;
 }
 
-int Wait(Slot &slot, uint32_t timeout_ms) {
+// `hungry` is what it said, to be taken back by the caller.
+int Wait(Slot &slot, uint32_t timeout_ms, uint32_t &hungry) {
     uint64_t now = Now();
     const uint64_t deadline = now + timeout_ms * kMillisecond;
     if (slot.hungry.load(kRelaxed) != 0) {
@@ -256,7 +257,6 @@ int Wait(Slot &slot, uint32_t timeout_ms) {
         now = Now();
     }
     int answer = Spin(slot);
-    uint32_t hungry = 0;
     if (answer == EBUSY) {
         do {
             const uint64_t slice = hungry == 0 ? kHungryAfter : kHungryFor / 2;
@@ -265,19 +265,19 @@ int Wait(Slot &slot, uint32_t timeout_ms) {
             if (answer == ETIMEDOUT && now < deadline) hungry = SayHungry(slot, now, hungry);
         } while (answer == ETIMEDOUT && now < deadline);
     }
-    if (hungry != 0) BeSated(slot, hungry);
     return answer;
 }
 
 // What follows a trylock that did not answer 0, or was not tried to let another one go first.
 __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint32_t timeout_ms, int answer) {
     const bool busy = answer == EBUSY;
+    uint32_t hungry = 0;
     std::atomic<uint32_t> &waits = UserOf(slot, Me()).waits;
     if (busy && timeout_ms == 0) answer = ETIMEDOUT;
     if (busy && timeout_ms > 0) {
         waits.store(1, kRelaxed);
         HeldFor(slot);
-        answer = Wait(slot, timeout_ms);
+        answer = Wait(slot, timeout_ms, hungry);
     }
     const bool taken = answer == 0 || answer == EOWNERDEAD;
     if (taken) {
@@ -286,6 +286,7 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
         if (busy) Increment(slot.contended);
     }
     waits.store(0, kRelaxed);
+    if (hungry != 0) BeSated(slot, hungry);  // not before the holder's numbers are stored
     if (taken) return 0;
     if (answer == ETIMEDOUT) slot.timed_out.fetch_add(1, kRelaxed);
     errno = answer;
