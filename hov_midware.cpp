@@ -70,7 +70,7 @@ int32_t MW_MidMemCheck(const void *ptModule) {
         hov_printf_s("%s:%d Memory init error \n", __func__, __LINE__);
         return kFail;
     }
-    for (const Module *module : kModules) Publish(module->pointer, static_cast<char *>(base) + module->offset);
+    for (const Module &module : kModules) Publish(module.pointer, static_cast<char *>(base) + module.offset);
     return kOk;
 }
 

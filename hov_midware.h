@@ -26,46 +26,58 @@ enum class LockText : uint8_t {
     kLine,       // "[%s:%d][%s %d] sem lock failed.\n"
 };
 
-// What the core knows of a module.
+// What the core knows of a module. The name lies in the record itself: a pointer to it would be one more relocation in
+// every process.
 struct Module {
-    void **pointer;      // this process's exported pointer to the module's area
-    uint32_t offset;     // of the area in the region
+    void **pointer;   // this process's exported pointer to the module's area
+    uint32_t offset;  // of the area in the region
     uint32_t size;
-    uint32_t key;        // of the module's semaphore
-    const char *source;  // names the module in messages
+    uint32_t key;     // of the module's semaphore
     LockText lock_text;
+    char source[27];  // names the module in messages
 };
 
-inline constexpr Module kMem{&g_ptMemCollectAddr, 0, 311832, 12291, "mem/hov_midmem", LockText::kError};
-inline constexpr Module kCpu{&g_ptCpuCollectAddr, 311832, 13592, 12290, "cpu/hov_midcpu", LockText::kLineError};
-inline constexpr Module kPem{&g_ptPemCollectAddr, 325424, 2540, 12292, "pem/hov_midpem", LockText::kError};
-inline constexpr Module kPsw{&g_ptPswCollectAddr, 327964, 1076, 12296, "power/hov_midpwr", LockText::kError};
-inline constexpr Module kFan{&g_ptFanCollectAddr, 329040, 17776, 12293, "fan/hov_midfan", LockText::kError};
-inline constexpr Module kNic{&g_ptNicCollectAddr, 346816, 121168, 12295, "netcard/hov_midnetcard", LockText::kError};
-inline constexpr Module kFcCard{&g_ptFcCardCollectAddr, 467984, 13112, 12299, "fccard/hov_midfccard",
-                                LockText::kError};
-inline constexpr Module kGpu{&g_ptGPUCollectAddr, 481096, 11288, 12300, "gpu/hov_midgpu", LockText::kError};
-inline constexpr Module kRaid{&g_ptRaidCollectionAddr, 492384, 119040, 12294, "raidcard/hov_midraidcard",
-                              LockText::kError};
-inline constexpr Module kBoard{&g_ptBoardCollectAddr, 611424, 144, 12297, "board/hov_midboard",
-                               LockText::kLineError};
-inline constexpr Module kPcie{&g_ptPcieCollectAddr, 611568, 61728, 12298, "pcie/hov_midpcie", LockText::kError};
-inline constexpr Module kFw{&g_ptFwCollectAddr, 673296, 19080, 12301, "fwinfo/hov_midfw", LockText::kError};
-inline constexpr Module kServ{&g_ptServCollectAddr, 692376, 1904, 12302, "services/hov_midserv", LockText::kError};
-inline constexpr Module kPch{&g_ptPCHCollectAddr, 694280, 10320, 12303, "pch/hov_midpch", LockText::kError};
-inline constexpr Module kCustCard{&g_ptCustCardCollectAddr, 704600, 4104, 12304, "custcard/hov_midcustcard",
-                                  LockText::kLineError};
-
 // In the order of the areas, which is also the order in which attaching publishes the pointers.
-inline constexpr const Module *kModules[] = {&kMem,   &kCpu,  &kPem,   &kPsw,  &kFan, &kNic,  &kFcCard, &kGpu,
-                                             &kRaid,  &kBoard, &kPcie, &kFw,   &kServ, &kPch, &kCustCard};
+inline constexpr Module kModules[] = {
+    {&g_ptMemCollectAddr, 0, 311832, 12291, LockText::kError, "mem/hov_midmem"},
+    {&g_ptCpuCollectAddr, 311832, 13592, 12290, LockText::kLineError, "cpu/hov_midcpu"},
+    {&g_ptPemCollectAddr, 325424, 2540, 12292, LockText::kError, "pem/hov_midpem"},
+    {&g_ptPswCollectAddr, 327964, 1076, 12296, LockText::kError, "power/hov_midpwr"},
+    {&g_ptFanCollectAddr, 329040, 17776, 12293, LockText::kError, "fan/hov_midfan"},
+    {&g_ptNicCollectAddr, 346816, 121168, 12295, LockText::kError, "netcard/hov_midnetcard"},
+    {&g_ptFcCardCollectAddr, 467984, 13112, 12299, LockText::kError, "fccard/hov_midfccard"},
+    {&g_ptGPUCollectAddr, 481096, 11288, 12300, LockText::kError, "gpu/hov_midgpu"},
+    {&g_ptRaidCollectionAddr, 492384, 119040, 12294, LockText::kError, "raidcard/hov_midraidcard"},
+    {&g_ptBoardCollectAddr, 611424, 144, 12297, LockText::kLineError, "board/hov_midboard"},
+    {&g_ptPcieCollectAddr, 611568, 61728, 12298, LockText::kError, "pcie/hov_midpcie"},
+    {&g_ptFwCollectAddr, 673296, 19080, 12301, LockText::kError, "fwinfo/hov_midfw"},
+    {&g_ptServCollectAddr, 692376, 1904, 12302, LockText::kError, "services/hov_midserv"},
+    {&g_ptPCHCollectAddr, 694280, 10320, 12303, LockText::kError, "pch/hov_midpch"},
+    {&g_ptCustCardCollectAddr, 704600, 4104, 12304, LockText::kLineError, "custcard/hov_midcustcard"},
+};
+
+inline constexpr const Module &kMem = kModules[0];
+inline constexpr const Module &kCpu = kModules[1];
+inline constexpr const Module &kPem = kModules[2];
+inline constexpr const Module &kPsw = kModules[3];
+inline constexpr const Module &kFan = kModules[4];
+inline constexpr const Module &kNic = kModules[5];
+inline constexpr const Module &kFcCard = kModules[6];
+inline constexpr const Module &kGpu = kModules[7];
+inline constexpr const Module &kRaid = kModules[8];
+inline constexpr const Module &kBoard = kModules[9];
+inline constexpr const Module &kPcie = kModules[10];
+inline constexpr const Module &kFw = kModules[11];
+inline constexpr const Module &kServ = kModules[12];
+inline constexpr const Module &kPch = kModules[13];
+inline constexpr const Module &kCustCard = kModules[14];
 
 namespace detail {
 constexpr bool AreasFollowOneAnother() {
     uint32_t next = 0;
-    for (const Module *module : kModules) {
-        if (module->offset != next) return false;
-        next += module->size;
+    for (const Module &module : kModules) {
+        if (module.offset != next) return false;
+        next += module.size;
     }
     return next == MW_AREA_SIZE;
 }

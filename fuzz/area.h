@@ -25,7 +25,7 @@ inline size_t Place(Input &input) {
     const uint8_t choice = input.Byte();
     if (choice >= 128) return input.Word(3) % memory_platform::kAreaSize;
     // Counts stand at the beginning of an area or behind its records.
-    const midware::Module &module = *midware::kModules[choice % std::size(midware::kModules)];
+    const midware::Module &module = midware::kModules[choice % std::size(midware::kModules)];
     return module.offset + input.Word(2) % module.size;
 }
 

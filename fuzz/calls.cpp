@@ -78,9 +78,9 @@ void CheckAfter(const every::Function &function, int32_t result) {
     }
     fuzz::Demand(now.held.empty(), "keeps a semaphore", function.name);
     fuzz::Demand(pSendRedfunc == Spare, "changes the programs' own pointer", function.name);
-    for (const midware::Module *module : midware::kModules) {
-        const void *pointer = *module->pointer;
-        fuzz::Demand(pointer == nullptr || pointer == memory_platform::Area() + module->offset,
+    for (const midware::Module &module : midware::kModules) {
+        const void *pointer = *module.pointer;
+        fuzz::Demand(pointer == nullptr || pointer == memory_platform::Area() + module.offset,
                      "moves an area", function.name);
     }
 }

@@ -138,12 +138,12 @@ void Reset() {
 
 void Attach() {
     g_ptMidWareAddr = Area();
-    for (const midware::Module *module : midware::kModules) *module->pointer = Area() + module->offset;
+    for (const midware::Module &module : midware::kModules) *module.pointer = Area() + module.offset;
 }
 
 void Detach() {
     g_ptMidWareAddr = nullptr;
-    for (const midware::Module *module : midware::kModules) *module->pointer = nullptr;
+    for (const midware::Module &module : midware::kModules) *module.pointer = nullptr;
 }
 
 const char *NameOf(Call call) {

@@ -53,7 +53,7 @@ OalSemStatus SemStatus(uint32_t key) {
 uint32_t SemaphoresInPlace() {
     return static_cast<uint32_t>(
         std::count_if(std::begin(midware::kModules), std::end(midware::kModules),
-                      [](const auto *module) { return SemStatus(module->key).exists != 0; }));
+                      [](const auto &module) { return SemStatus(module.key).exists != 0; }));
 }
 
 std::string PlaceOf(const char *path) {

@@ -231,9 +231,9 @@ void Calling::Make() {
     }
     if (result_ >= 0) return;
     if (listen.HeardLockFailure()) {
-        for (const midware::Module *module : midware::kModules) {
-            if (std::string_view(module->source).starts_with(std::string(function_.family) + "/")) {
-                advice_ = tools::WhyNotLocked(module->key);
+        for (const midware::Module &module : midware::kModules) {
+            if (std::string_view(module.source).starts_with(std::string(function_.family) + "/")) {
+                advice_ = tools::WhyNotLocked(module.key);
             }
         }
     } else if (!tools::AreaExists() && (listen.Heard("Memory init error") || logged_.empty())) {

@@ -37,13 +37,13 @@ Row HealthRow(const Sample &sample) {
 
 Panel SemaphorePanel() {
     std::vector<Row> held, free;
-    for (const midware::Module *module : midware::kModules) {
-        const OalSemStatus status = tools::SemStatus(module->key);
+    for (const midware::Module &module : midware::kModules) {
+        const OalSemStatus status = tools::SemStatus(module.key);
         const bool fine =
             status.exists != 0 && (status.held == 0 || status.held_for_ms < midware::kLockTimeoutMs);
         const std::string counts = fmt::format("{} taken, {} waits, {} lost", status.taken,
                                                status.contended + status.timed_out, status.recovered);
-        Row row{std::string(NameOf(*module)),
+        Row row{std::string(NameOf(module)),
                 status.exists != 0 && status.held == 0 ? counts : tools::StateText(status),
                 fine ? Mark::kNone : Mark::kBad};
         (fine ? free : held).push_back(std::move(row));

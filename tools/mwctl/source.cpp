@@ -57,9 +57,8 @@ void *PrivateArea() {
 }
 
 const midware::Module *ModuleOf(uint32_t key) {
-    const auto found = std::find_if(std::begin(midware::kModules), std::end(midware::kModules),
-                                    [&](const midware::Module *module) { return module->key == key; });
-    return found == std::end(midware::kModules) ? nullptr : *found;
+    const auto *found = std::ranges::find(midware::kModules, key, &midware::Module::key);
+    return found == std::end(midware::kModules) ? nullptr : found;
 }
 
 // Up to `most` bytes and one, which tells that there are more. False with errno set.

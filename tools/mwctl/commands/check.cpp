@@ -143,8 +143,8 @@ struct Key {
 
 void CheckSemaphores() {
     std::vector<Key> keys{{MW_AREA_KEY, "of the whole area"}};
-    for (const midware::Module *module : midware::kModules)
-        keys.push_back({module->key, std::string(NameOf(*module))});
+    for (const midware::Module &module : midware::kModules)
+        keys.push_back({module.key, std::string(NameOf(module))});
 
     std::vector<std::pair<Key, OalSemStatus>> held;
     for (const Key &key : keys) {

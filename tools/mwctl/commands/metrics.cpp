@@ -79,9 +79,9 @@ std::string SemaphoreMetrics() {
                     "How often somebody waited for the semaphore in vain.");
     Family recovered("semaphore_recovered_total", "counter",
                      "How often the holder of the semaphore ended without releasing it.");
-    for (const midware::Module *module : midware::kModules) {
-        const OalSemStatus status = tools::SemStatus(module->key);
-        const Labels labels = {{"area", std::string(NameOf(*module))}, {"key", std::to_string(module->key)}};
+    for (const midware::Module &module : midware::kModules) {
+        const OalSemStatus status = tools::SemStatus(module.key);
+        const Labels labels = {{"area", std::string(NameOf(module))}, {"key", std::to_string(module.key)}};
         exists.Add(labels, status.exists);
         if (status.exists == 0) continue;
         held.Add(labels, status.held);

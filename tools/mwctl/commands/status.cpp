@@ -26,8 +26,8 @@ struct Area {
 
 std::vector<Area> LookAtAreas(bool present) {
     std::vector<Area> areas;
-    for (const midware::Module *module : midware::kModules) {
-        areas.push_back({module, tools::SemStatus(module->key)});
+    for (const midware::Module &module : midware::kModules) {
+        areas.push_back({&module, tools::SemStatus(module.key)});
     }
     std::vector<ModuleReading> readings;
     for (const Module &module : Modules()) {

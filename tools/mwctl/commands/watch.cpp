@@ -161,12 +161,12 @@ class Watcher {
 class Semaphores {
   public:
     void Look() {
-        for (const midware::Module *module : midware::kModules) {
-            const OalSemStatus status = tools::SemStatus(module->key);
+        for (const midware::Module &module : midware::kModules) {
+            const OalSemStatus status = tools::SemStatus(module.key);
             const bool stuck = status.held != 0 && status.held_for_ms >= midware::kLockTimeoutMs;
-            const std::string subject = fmt::format("semaphore {} ({})", module->key, NameOf(*module));
-            if (stuck && stuck_.insert(module).second) Tell("stuck", subject, tools::StateText(status));
-            if (!stuck && stuck_.erase(module) != 0) Tell("released", subject, "released");
+            const std::string subject = fmt::format("semaphore {} ({})", module.key, NameOf(module));
+            if (stuck && stuck_.insert(&module).second) Tell("stuck", subject, tools::StateText(status));
+            if (!stuck && stuck_.erase(&module) != 0) Tell("released", subject, "released");
         }
     }
 
