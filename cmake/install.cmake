@@ -64,7 +64,7 @@ function(midware_install_package)
             DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
     endforeach()
 
-    install(FILES README.md docs/architecture.md docs/platform.md docs/porting.md
+    install(FILES README.md docs/architecture.md docs/operations.md docs/platform.md docs/porting.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
         COMPONENT development USE_SOURCE_PERMISSIONS)

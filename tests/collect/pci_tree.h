@@ -4,6 +4,7 @@
 
 #include "pci.h"
 #include "tree.h"
+#include "vpd_builder.h"
 
 namespace collect {
 
@@ -53,15 +54,6 @@ inline std::string ExpressConfig() {
     config[0x60 + 0x0D] = 0x01;
     config[0x60 + 0x12] = static_cast<char>(0x83);
     return config;
-}
-
-inline std::string VpdField(const std::string &keyword, const std::string &text) {
-    return keyword + static_cast<char>(text.size()) + text;
-}
-
-inline std::string VpdResource(unsigned char tag, const std::string &data) {
-    return std::string(1, static_cast<char>(tag)) + static_cast<char>(data.size() & 0xFF) +
-           static_cast<char>(data.size() >> 8) + data;
 }
 
 inline std::string Vpd(const std::string &serial = "SER-1") {

@@ -1,84 +1,11 @@
 // The program itself, as a process of its own on the real platform layer.
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <functional>
-#include <thread>
 
 #include "area.h"
+#include "program.h"
 
 namespace collect {
 namespace {
-
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
-
-bool Soon(const std::function<bool()> &condition) {
-    const auto deadline = steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(milliseconds(10));
-    }
-    return true;
-}
-
-struct Ended {
-    int code = -1;  // -1: by a signal
-    std::string out;
-    std::string err;
-};
-
-class Program {
-  public:
-    explicit Program(std::vector<std::string> arguments, const std::string &root = {}) {
-        arguments.insert(arguments.begin(), MWCOLLECT);
-        std::vector<char *> argv;
-        for (std::string &argument : arguments) argv.push_back(argument.data());
-        argv.push_back(nullptr);
-        pid_ = fork();
-        if (pid_ == 0) {
-            if (!root.empty()) setenv("MIDWARE_ROOT", root.c_str(), 1);
-            for (const auto &[fd, name] : {std::pair{1, "/out"}, {2, "/err"}}) {
-                dup2(open((output_.top() + name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), fd);
-            }
-            execv(MWCOLLECT, argv.data());
-            _exit(127);
-        }
-    }
-    ~Program() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
-
-    void Signal(int number) { kill(pid_, number); }
-    bool Runs() { return waitpid(pid_, nullptr, WNOHANG) == 0; }
-
-    Ended Wait() {
-        int status = 0;
-        // One that does not end by itself is ended: its code is then that of a signal.
-        if (!Soon([&] { return waitpid(pid_, &status, WNOHANG) == pid_; })) {
-            kill(pid_, SIGKILL);
-            EXPECT_EQ(waitpid(pid_, &status, 0), pid_);
-        }
-        pid_ = -1;
-        HeardHost host(output_);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, host->File("/out").value_or(""),
-                host->File("/err").value_or("")};
-    }
-
-  private:
-    Tree output_;
-    pid_t pid_ = -1;
-};
-
-Ended RunProgram(const std::vector<std::string> &arguments, const std::string &root = {}) {
-    return Program(arguments, root).Wait();
-}
 
 bool UsageIsThere() {
     uint32_t enabled = 0;
@@ -148,8 +75,8 @@ TEST_F(ProgramOnBlankArea, AnEmptyMachineWritesNothingWhichIsAFailure) {
 
 class EndsOnSignal : public OnBlankArea, public ::testing::WithParamInterface<int> {};
 
-INSTANTIATE_TEST_SUITE_P(Program, EndsOnSignal, ::testing::Values(SIGTERM, SIGINT),
-                         [](const auto &one) { return one.param == SIGTERM ? "Term" : "Int"; });
+INSTANTIATE_TEST_SUITE_P(Program, EndsOnSignal, ::testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto &one) { return std::string(sigabbrev_np(one.param)); });
 
 TEST_P(EndsOnSignal, IntervalKeepsCollectingUntilItComes) {
     Program program({"--interval", "0.1"});
@@ -170,6 +97,21 @@ TEST_P(EndsOnSignal, ALongIntervalIsCutShort) {
     Program program({"--interval", "3600"});
     EXPECT_TRUE(Soon(UsageIsThere));
     program.Signal(GetParam());
+    EXPECT_EQ(program.Wait().code, 0);
+}
+
+TEST_F(ProgramOnBlankArea, AHangupThatIsIgnoredEndsNothing) {
+    const auto before = signal(SIGHUP, SIG_IGN);  // as under nohup
+    Program program({"--interval", "0.1"});
+    signal(SIGHUP, before);
+    EXPECT_TRUE(Soon(UsageIsThere));
+    program.Signal(SIGHUP);
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_EQ(MW_ClearMemUsgInfoFromHostMon(), 0);
+        EXPECT_TRUE(Soon(UsageIsThere));
+    }
+    EXPECT_TRUE(program.Runs());
+    program.Signal(SIGTERM);
     EXPECT_EQ(program.Wait().code, 0);
 }
 
@@ -208,6 +150,15 @@ TEST(Program, WrongUseIsTwo) {
                                                           {"--once", "--interval", "5"},
                                                           {"--root", "/no/such/directory"},
                                                           {"--root"},
+                                                          {"--simulate", "--root", "/"},
+                                                          {"--simulate", "--once", "--interval", "5"},
+                                                          {"--simulate", "--only", "nonsense"},
+                                                          {"--simulate", "--round", "-1"},
+                                                          {"--simulate", "--round", "4294967296"},
+                                                          {"--simulate", "--round", "0.5"},
+                                                          {"--simulate", "--seed", "x"},
+                                                          {"--round", "1"},
+                                                          {"--seed", "1"},
                                                           {"--nonsense"},
                                                           {"extra"}};
     for (const auto &arguments : kWrong) {
@@ -216,6 +167,8 @@ TEST(Program, WrongUseIsTwo) {
         EXPECT_NE(ended.err, "");
     }
     EXPECT_NE(RunProgram({"--only", "nonsense"}).err.find("cpu, memory, "), std::string::npos);
+    EXPECT_NE(RunProgram({"--simulate", "--round", "x"}).err.find("'x' is no number from 0 to 4294967295"),
+              std::string::npos);
     EXPECT_EQ(RunProgram({"--help"}).code, 0);
 }
 

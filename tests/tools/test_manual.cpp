@@ -271,6 +271,8 @@ TEST_F(Completion, OffersOptions) {
     EXPECT_EQ(Complete("mwctl set syslog --enable yes --tr"), Offered{"--transport"});
     EXPECT_EQ(Complete("midware-init --"), (Offered{"--help", "--version", "--fresh", "--check"}));
     EXPECT_EQ(Complete("mwcollect --o"), (Offered{"--once", "--only"}));
+    EXPECT_EQ(Complete("mwcollect --simulate --s"), (Offered{"--seed", "--simulate"}));
+    EXPECT_EQ(Complete("mwcollect --simulate --round 3 --r"), (Offered{"--root", "--round"}));
     EXPECT_EQ(Complete("mwctl call MW_GetPowerStatus --js"), Offered{"--json"});
 }
 

@@ -11,6 +11,7 @@
 #include "collector.h"
 #include "midware/area.h"
 #include "output.h"
+#include "simulate.h"
 
 namespace {
 
@@ -80,13 +81,34 @@ int main(int argc, char **argv) {
     bool once = false;
     bool list = false;
     bool verbose = false;
+    bool simulate = false;
+    uint32_t seed = kUsualSeed;
+    uint32_t round = 0;
 
+    const cli::Validator whole([](std::string &text) {
+        return ParseNumber<uint32_t>(text)
+                   ? std::string()
+                   : fmt::format("'{}' is no number from 0 to {}", Printable(text), UINT32_MAX);
+    });
     cli::App app("Reads this machine's hardware and host state and writes it to the shared area.", kProgram,
                  "mwcollect " MIDWARE_VERSION);
-    app.add_option("--root", root, "read the machine captured below DIR instead of the live one")
-        ->type_name("DIR");
+    cli::Option *root_option =
+        app.add_option("--root", root, "read the machine captured below DIR instead of the live one")
+            ->type_name("DIR");
+    cli::Option *simulate_option =
+        app.add_flag("--simulate", simulate,
+                     "read a made-up server with two sockets, parts of which fail in time")
+            ->excludes(root_option);
+    app.add_option("--seed", seed, "simulate another server of that kind")
+        ->type_name("NUMBER")
+        ->check(whole)
+        ->needs(simulate_option);
+    app.add_option("--round", round, "begin the simulation at this round")
+        ->type_name("NUMBER")
+        ->check(whole)
+        ->needs(simulate_option);
     cli::Option *interval_option =
-        app.add_option("--interval", interval, "collect every SECONDS until SIGINT or SIGTERM")
+        app.add_option("--interval", interval, "collect every SECONDS until SIGINT, SIGTERM or SIGHUP")
             ->type_name("SECONDS")
             ->check(cli::SecondsFrom(0.1, 86400));
     app.add_flag("--once", once, "collect once and leave (the default)")->excludes(interval_option);
@@ -111,15 +133,31 @@ int main(int argc, char **argv) {
         return 0;
     }
 
-    // Blocked before anything is written: a signal ends the program between two rounds, never inside one.
+    // Blocked before anything is written: a signal ends the program between two rounds, never inside one, and
+    // a simulated machine is cleared away.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    // The end of the terminal, unless somebody (nohup) has said that it shall not matter.
+    struct sigaction hangup {};
+    sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) sigaddset(&signals, SIGHUP);
     const bool repeats = interval_option->count() > 0;
-    if (repeats) sigprocmask(SIG_BLOCK, &signals, nullptr);
+    if (repeats || simulate) sigprocmask(SIG_BLOCK, &signals, nullptr);
 
     Log log;
+    Simulation simulation(seed);
+    // False when that cannot be done, said once.
+    const auto show = [&] {
+        const std::string problem = simulation.Show(round);
+        if (!problem.empty()) log.Once("the simulated machine could not be laid out: " + problem);
+        return problem.empty();
+    };
+    if (simulate) {
+        if (!show()) return kExitNothingWritten;
+        root = simulation.root();
+    }
     const std::optional<Host> host = Host::Open(root, log);
     if (!host) return kExitUsage;
     if (MW_MidMemCheck(g_ptMemCollectAddr) != 0) {
@@ -146,5 +184,9 @@ int main(int argc, char **argv) {
         // Rounds that took longer than the interval are left out, not caught up with.
         next = std::max(next + interval, Seconds(Now()));
         if (Stopped(signals, next)) return 0;
+        if (simulate) {
+            if (round < UINT32_MAX) ++round;
+            if (!show()) return kExitNothingWritten;
+        }
     }
 }

@@ -55,9 +55,11 @@ RDEPENDS:${PN}-tools = "${PN}"
 RRECOMMENDS:${PN}-tools = "pciutils-ids"
 
 SYSTEMD_PACKAGES = "${@bb.utils.contains('PACKAGECONFIG', 'tools', '${PN}-tools', '', d)}"
+# The other units are there too, for an image that enables them.
 SYSTEMD_SERVICE:${PN}-tools = "midware-init.service"
 
-# The members of this group share the area.
+# The members of this group share the area; the programs run as the user of its name.
 USERADD_PACKAGES = "${@bb.utils.contains('PACKAGECONFIG', 'tools', '${PN}-tools', '${PN}', d)}"
 GROUPADD_PARAM:${PN} = "--system midware"
 GROUPADD_PARAM:${PN}-tools = "--system midware"
+USERADD_PARAM:${PN}-tools = "--system --gid midware --no-create-home --home-dir / --shell /sbin/nologin midware"

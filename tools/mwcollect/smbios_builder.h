@@ -1,6 +1,6 @@
-// SMBIOS structures for tests, byte by byte.
-#ifndef COLLECT_SMBIOS_BUILDER_H
-#define COLLECT_SMBIOS_BUILDER_H
+// SMBIOS structures, byte by byte: for the simulated machine and for tests.
+#ifndef MWCOLLECT_SMBIOS_BUILDER_H
+#define MWCOLLECT_SMBIOS_BUILDER_H
 
 #include <cstdint>
 #include <initializer_list>
@@ -36,8 +36,11 @@ class SmbiosBuilder {
     uint32_t count_ = 0;
 };
 
-// A memory slot as recent firmware describes it, with a module of 16 GiB.
-inline SmbiosBuilder MemorySlot(const std::string &locator, const std::string &bank = "NODE 1") {
+// A memory slot as recent firmware describes it, with a module of 16 GiB; the serial number is a prefix and
+// the locator.
+inline SmbiosBuilder MemorySlot(const std::string &locator, const std::string &bank = "NODE 1",
+                                const std::string &maker = "Maker", const std::string &serial = "S-",
+                                const std::string &part = "P-1") {
     SmbiosBuilder slot(17, 0x5C);
     slot.Word(0x08, 72)
         .Word(0x0A, 64)
@@ -48,9 +51,9 @@ inline SmbiosBuilder MemorySlot(const std::string &locator, const std::string &b
     slot.Byte(0x12, 0x1A)
         .Word(0x13, 1u << 7 | 1u << 13)
         .Word(0x15, 3200)
-        .Text(0x17, "Maker")
-        .Text(0x18, "S-" + locator);
-    slot.Text(0x1A, "P-1").Byte(0x1B, 0x02).Word(0x20, 2933).Word(0x26, 1200);
+        .Text(0x17, maker)
+        .Text(0x18, serial + locator);
+    slot.Text(0x1A, part).Byte(0x1B, 0x02).Word(0x20, 2933).Word(0x26, 1200);
     return slot;
 }
 
