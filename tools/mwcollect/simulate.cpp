@@ -90,7 +90,7 @@ struct State {
           supply_lost(wander.round() >= kSupplyLost),
           correctable(wander.round() < kModuleErrs
                           ? 0
-                          : (wander.round() - kModuleErrs + 1) * (1 + wander.Fixed("errors", 3))),
+                          : uint64_t{wander.round() - kModuleErrs + 1} * (1 + wander.Fixed("errors", 3))),
           uncorrectable(wander.round() < kModuleFails ? 0 : 1) {}
 
     int64_t usage;   // per cent of the processors
