@@ -420,6 +420,8 @@ TEST_F(Top, ColoursAreLeftOutWhenTheyAreNotWanted) {
     EXPECT_TRUE(Eventually([&] { return std::regex_search(Screen("-e"), std::regex("\x1b\\[[0-9;]*31m")); }))
         << Screen("-e");
     Tmux("kill-server");
+    // A server that is about to end still takes the next session, and it with it.
+    EXPECT_TRUE(Eventually([&] { return Shell("pgrep -f \"tmux -S $MIDWARE_ROOT/tmux\"").code != 0; }));
     Start(80, 24, "NO_COLOR=1");
     EXPECT_FALSE(std::regex_search(Screen("-e"), std::regex("\x1b\\[[0-9;]*3[0-7]m"))) << Screen("-e");
 }
