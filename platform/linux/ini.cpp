@@ -194,6 +194,8 @@ class Image {
             const bool is_last = at + tail.size() == text.size();
             text.erase(at, tail.size() + (is_last ? 0 : strlen("\n\n")));
         }
+        // A key may begin with the bytes of a signature; at the very start they would be taken for one.
+        if (!has_signature_ && text.starts_with(SI_UTF8_SIGNATURE)) text.insert(0, "\n");
         return text;
     }
 

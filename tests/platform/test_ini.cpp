@@ -424,6 +424,20 @@ TEST_F(Ini, ACommentIsKeptInAFileOfNothingElse) {
     }
 }
 
+TEST_F(Ini, AKeyThatBeginsLikeASignatureStaysThatKey) {
+    constexpr char kKey[] = "\xEF\xBB\xBFkey";
+    WriteFile(File(), std::string("\n") + kKey + " = 1\n");
+    for (int saves = 0; saves < 3; ++saves) {
+        In([&] {
+            void *ini = IniLoadFile(kFile);
+            EXPECT_EQ(Get(ini, "", kKey), "1");
+            EXPECT_EQ(Get(ini, "", "key"), "(none)");
+            EXPECT_EQ(IniSaveFile(ini, kFile), 0);
+        });
+    }
+    EXPECT_EQ(ReadFile(File()), std::string("\n") + kKey + " = 1\n");
+}
+
 TEST_F(Ini, ASectionLineWithoutItsEndIsLeftOut) {
     WriteFile(File(), "[whole]\nk = 1\n  [open\nl = 2\n[\nm = 3\r\n[last]\nn = [4\n[");
     const char expected[] = "[whole]\nk = 1\nl = 2\nm = 3\n\n\n[last]\nn = [4\n";
