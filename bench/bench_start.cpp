@@ -6,8 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 
 #include "accessors.h"
 #include "bench.h"
@@ -181,12 +183,18 @@ void AddSizes(const std::string &which, const std::string &path) {
     const auto add = [&](const char *what, const char *unit, double value) {
         Add({"size", which + ", " + what, 0, kLibrary, unit, {value}});
     };
-    add("code", "bytes", section({".text", ".plt", ".plt.sec", ".plt.got", ".init", ".fini"}));
+    const double code = section({".text", ".plt", ".plt.sec", ".plt.got", ".init", ".fini"});
+    add("code", "bytes", code);
     add("constants", "bytes", section({".rodata", ".ARM.exidx", ".ARM.extab", ".eh_frame", ".eh_frame_hdr"}));
     add("names", "bytes",
         section({".dynsym", ".dynstr", ".gnu.hash", ".gnu.version", ".gnu.version_d", ".gnu.version_r"}));
     add("data", "bytes",
         section({".data", ".bss", ".got", ".got.plt", ".data.rel.ro", ".init_array", ".fini_array"}));
+    size_t functions = 0;
+    std::istringstream names(RunProgram({"nm", "-D", "--defined-only", path}));
+    for (std::string name; std::getline(names, name);) functions += name.find(" T ") != name.npos;
+    add("functions", "", static_cast<double>(functions));
+    add("code a function", "bytes", code / static_cast<double>(std::max<size_t>(functions, 1)));
     add("relocations", "", (section({".rela.dyn", ".rel.dyn"}) + section({".rela.plt", ".rel.plt"})) / entry);
 }
 
@@ -200,6 +208,8 @@ void RunSize() {
     // The build for 32-bit ARM, where there is one.
     const std::filesystem::path arm = directory / "../../arm/lib";
     AddSizes("libmidware on ARM", arm / "libmidware.so.1");
+    if (std::filesystem::exists(arm))
+        WantFigure("size", "libmidware on ARM, code", kLibrary, Is::kAtMost, 65536);
     AddSizes("libmidware_platform on ARM", arm / "libmidware_platform.so.1");
 }
 
