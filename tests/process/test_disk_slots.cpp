@@ -278,14 +278,15 @@ TEST_F(DiskSlots, ProcessesKilledAtRandomLeaveTheFileWholeAndLoseNoReportedSetti
         if (HasFatalFailure()) return;
         victim = start(kill % kProcesses);
     }
+    // All of them get to do something; on a slow machine it may be only now.
+    EXPECT_TRUE(Eventually([&] {
+        return report->saves > kKills / 10 && report->removals > 0 && report->loads > kKills / 10 &&
+               report->views > 0;
+    }));
     for (Process &process : processes) process.Kill();
     check();
 
-    // All of them got to do something, and what they left behind is no obstacle.
-    EXPECT_GT(report->saves, kKills / 10);
-    EXPECT_GT(report->removals, 0u);
-    EXPECT_GT(report->loads, kKills / 10);
-    EXPECT_GT(report->views, 0u);
+    // What they left behind is no obstacle.
     EXPECT_SUCCEEDS(setup_, [] {
         EXPECT_EQ(SaveSlot(0, 251), 0);
         EXPECT_EQ(LoadSlot(0), 251u);
