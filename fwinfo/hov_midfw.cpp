@@ -39,6 +39,13 @@ int32_t ShowText(uint8_t flag, const char *text, char *to, int32_t length, const
     return Valid(flag, invalid, 0, at) ? CopyText(text, to, length) : kFail;
 }
 
+bool LengthFits(int32_t length, Caller at = Here()) {
+    if (length <= FW_STR_MAX_SIZE) return true;
+    IDBG_LINUXAPP_AuditOut(kLevelAudit, "[%s:%d]length %u  over  FW_STR_MAX_SIZE\n", at.function, at.line,
+                           length);
+    return false;
+}
+
 // Prints a stored text, which may come without a terminator, into a buffer of the same size.
 void PrintText(const char (&stored)[FW_STR_MAX_SIZE], char *to) {
     char text[FW_STR_MAX_SIZE + 1];
@@ -155,6 +162,7 @@ int32_t MW_GetFruVersionString(uint32_t wVerExt, char *pcVersion, int32_t lLengt
 }
 
 int32_t MW_GetBmcVersionString(uint32_t wVerExt, char *pcVersion, int32_t lLength) {
+    if (!LengthFits(lLength)) return kFail;
     all_bmc_version all;
     const int32_t result = MW_GetBmcVerInfo(&all);
     if (result < 0) return result;
@@ -181,6 +189,7 @@ int32_t MW_GetBmcVersionString(uint32_t wVerExt, char *pcVersion, int32_t lLengt
 }
 
 int32_t MW_GetBiosVersionString(uint32_t wVerExt, char *pcVersion, int32_t lLength) {
+    if (!LengthFits(lLength)) return kFail;
     all_bios_version all;
     const int32_t result = MW_GetBiosVerInfo(&all);
     if (result < 0) return result;
