@@ -1,5 +1,5 @@
 // Every exported function, to be called with arguments made up at run time. The list is made from
-// libmidware.exports and the prototypes of the public headers; types and sizes are deduced, and the few byte
+// the prototypes of the public headers; types and sizes are deduced, and the few byte
 // counts that no type tells are in every_function.cpp.
 #ifndef TESTS_EVERY_FUNCTION_H
 #define TESTS_EVERY_FUNCTION_H

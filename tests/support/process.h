@@ -137,8 +137,7 @@ class Shared {
     T *value_;
 };
 
-// --- files
-// -------------------------------------------------------------------------------------------------------
+// --- files ---------------------------------------------------------------------------------------
 
 std::string ReadFile(const std::string &path);                         // "" when there is none
 void WriteFile(const std::string &path, const std::string &contents);  // creates or overwrites in place
