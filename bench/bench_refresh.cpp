@@ -103,8 +103,7 @@ std::vector<Object> AllObjects(const std::vector<Read> &reads) {
     return objects;
 }
 
-// --- D-Bus
-// -------------------------------------------------------------------------------------------------------
+// --- D-Bus ---------------------------------------------------------------------------------------
 
 // Names are few; every reply is walked to its last value, as a client must that wants them.
 uint64_t Walk(DBusMessageIter *at) {
@@ -149,8 +148,7 @@ DBusConnection *ConnectToBus() {
     return connection;
 }
 
-// --- Redis
-// -------------------------------------------------------------------------------------------------------
+// --- Redis ---------------------------------------------------------------------------------------
 
 std::string AsText(const Property &property) {
     if (property.type == 's' || property.type == 'b') return property.bytes;

@@ -38,8 +38,7 @@ namespace {
 constexpr size_t kLargestFile = 1 << 20;
 constexpr mode_t kPermissions = 0777;
 
-// --- values
-// ------------------------------------------------------------------------------------------------------
+// --- values --------------------------------------------------------------------------------------
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
@@ -141,8 +140,7 @@ bool IsKey(std::string_view name) {
            strchr("[;#", name.front()) == nullptr;
 }
 
-// --- the parsed file
-// -----------------------------------------------------------------------------------------------
+// --- the parsed file -----------------------------------------------------------------------------
 
 // SimpleIni takes a line that lacks its "]" for a section all the same, one whose name runs on through the lines
 // that follow. Such lines are left out.
@@ -232,8 +230,7 @@ class Image {
     bool has_signature_ = false;
 };
 
-// --- files
-// ---------------------------------------------------------------------------------------------------------
+// --- files ---------------------------------------------------------------------------------------
 
 // What tells one state of a file from another.
 struct Identity {
@@ -282,8 +279,7 @@ bool ReadAll(int fd, std::string &text) {
     }
 }
 
-// --- handles
-// -------------------------------------------------------------------------------------------------------
+// --- handles -------------------------------------------------------------------------------------
 
 struct Handle {
     std::shared_ptr<Image> image;

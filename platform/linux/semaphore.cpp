@@ -183,8 +183,7 @@ void Recover(Slot &slot, uint32_t key) {
     errno = error;
 }
 
-// --- waiting
-// -----------------------------------------------------------------------------------------------------
+// --- waiting -------------------------------------------------------------------------------------
 //
 // The kernel wakes waiters in the order in which they came, but whoever is running takes the mutex before the
 // one that was woken. That is fast, and lets a waiter starve when others come back again and again. So one

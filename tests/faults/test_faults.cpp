@@ -38,8 +38,7 @@ using Held = std::vector<uint32_t>;
 constexpr size_t kListSize = 131072;  // room for the longest list that a scene makes
 constexpr uint32_t kMemoryKey = 12291;
 
-// --- scenes
-// ------------------------------------------------------------------------------------------------------
+// --- scenes --------------------------------------------------------------------------------------
 
 // What the area is full of: one word, which is then every count, number and flag as well; or one byte, with
 // each count 1.
@@ -114,8 +113,7 @@ struct Scene {
     bool attached;
 };
 
-// --- one call
-// ----------------------------------------------------------------------------------------------------
+// --- one call ------------------------------------------------------------------------------------
 
 struct Outcome {
     int32_t result = 0;
@@ -205,8 +203,7 @@ size_t AreaNow() {
         {reinterpret_cast<const char *>(memory_platform::Area()), kAreaSize});
 }
 
-// --- courses
-// -----------------------------------------------------------------------------------------------------
+// --- courses -------------------------------------------------------------------------------------
 
 // A call that takes a way of its own through its function.
 struct Course {

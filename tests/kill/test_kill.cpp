@@ -35,8 +35,7 @@ constexpr milliseconds kLongest = kTimeout + milliseconds(2000);  // with what a
 constexpr uint32_t kFirstKey = 12290;
 constexpr uint32_t kKeys = 15;
 
-// --- records
-// -----------------------------------------------------------------------------------------------------
+// --- records -------------------------------------------------------------------------------------
 
 // A record of one copy, or a list of them that is written under the semaphore as a whole.
 struct Record {
@@ -87,8 +86,7 @@ int ByteOf(const Record &record) {
     return plain ? static_cast<unsigned char>(g_buffer[0]) : kTorn;
 }
 
-// --- what the processes share
-// -----------------------------------------------------------------------------------
+// --- what the processes share --------------------------------------------------------------------
 
 constexpr size_t kWorkers = 4;
 bool IsWriter(size_t worker) { return worker % 2 == 0; }
@@ -169,8 +167,7 @@ bool Soon(const std::function<bool()> &condition) {
     return true;
 }
 
-// --- one access
-// --------------------------------------------------------------------------------------------------
+// --- one access ----------------------------------------------------------------------------------
 
 // What a process does with the records. It complains of a half-written one unless a recovery was counted
 // since the last whole one.
@@ -238,8 +235,7 @@ class User {
     uint64_t recoveries_[kRecordCount] = {};  // as many were counted when it was whole, at least
 };
 
-// --- a worker
-// ----------------------------------------------------------------------------------------------------
+// --- a worker ------------------------------------------------------------------------------------
 
 // Accesses a record with a buffer that ends at a page that cannot be accessed.
 [[noreturn]] void Crash(const Desk &desk, bool writer) {
@@ -286,8 +282,7 @@ class User {
     }
 }
 
-// --- the judge
-// ---------------------------------------------------------------------------------------------------
+// --- the judge -----------------------------------------------------------------------------------
 
 // Where the complete lines of a stream that were not looked at yet begin.
 std::vector<std::string> NewLines(const std::string &text, size_t &told) {
@@ -626,8 +621,7 @@ class Judge {
     bool tearable_[kRecordCount] = {};  // a writer died in it since it was last seen whole
 };
 
-// --- the tests
-// ---------------------------------------------------------------------------------------------------
+// --- the tests -----------------------------------------------------------------------------------
 
 unsigned Setting(const char *name, unsigned otherwise) {
     const char *text = std::getenv(name);

@@ -48,8 +48,7 @@ class Ini : public PlatformTest {
     }
 };
 
-// --- loading
-// -----------------------------------------------------------------------------------------------------
+// --- loading -------------------------------------------------------------------------------------
 
 TEST_F(Ini, AMissingFileIsAnEmptyHandleAndStaysMissing) {
     In([] {
@@ -148,8 +147,7 @@ TEST_F(Ini, AHandleThatIsNoneFails) {
     EXPECT_EQ(SizeOf(File()), -1);
 }
 
-// --- values
-// ------------------------------------------------------------------------------------------------------
+// --- values --------------------------------------------------------------------------------------
 
 TEST_F(Ini, KeysMayHoldBlanksColonsAndDots) {
     In([] {
@@ -454,8 +452,7 @@ TEST_F(Ini, ASectionLineWithoutItsEndIsLeftOut) {
     In([] { EXPECT_EQ(Saved("", "k"), "1"); });
 }
 
-// --- saving
-// ------------------------------------------------------------------------------------------------------
+// --- saving --------------------------------------------------------------------------------------
 
 TEST_F(Ini, ASaveMakesDirectoriesAndAClosedFile) {
     In([] {
@@ -665,8 +662,7 @@ TEST_F(Ini, ProcessesThatDoNotLockStillSaveWholeFiles) {
     EXPECT_EQ(FilesIn(Directory()), std::vector<std::string>{"settings.ini"});
 }
 
-// --- the cache and the handles
-// -----------------------------------------------------------------------------------
+// --- the cache and the handles -------------------------------------------------------------------
 
 TEST_F(Ini, AnUnchangedFileIsNotReadAgain) {
     WriteFile(File(), "[s]\nk = v\n");

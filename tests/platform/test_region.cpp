@@ -242,8 +242,7 @@ TEST_F(Region, ARootThatIsTooLongIsAnError) {
     EXPECT_NE(outcome.err.find("midware-locks cannot be placed: File name too long"), std::string::npos);
 }
 
-// --- refusals
-// ----------------------------------------------------------------------------------------------------
+// --- refusals ------------------------------------------------------------------------------------
 
 TEST_F(Region, TheWrongSizeIsRefused) {
     In([] { ASSERT_EQ(OAL_CreatMemResource(kAreaKey, 4096), 0); });
@@ -367,8 +366,7 @@ TEST_F(Region, AMemberOfTheGroupCanUseWhatRootCreated) {
     });
 }
 
-// --- faults
-// ------------------------------------------------------------------------------------------------------
+// --- faults --------------------------------------------------------------------------------------
 
 TEST_F(Region, AReadOnlyFileSystemIsAnError) {
     SKIP_UNLESS_ROOT();

@@ -243,8 +243,7 @@ TEST_F(Semaphore, AStoppedHolderIsNotRobbed) {
     EXPECT_EQ(In([] { TakeAndRelease(kKey); }).err, "");
 }
 
-// --- what a tool sees
-// --------------------------------------------------------------------------------------------
+// --- what a tool sees ----------------------------------------------------------------------------
 
 TEST_F(Semaphore, ItsStatusTellsTheHolder) {
     In([] {
@@ -321,8 +320,7 @@ TEST_F(Semaphore, ANewTurnIsNotTakenForTheOneThatWasSeen) {
     });
 }
 
-// --- forks
-// -------------------------------------------------------------------------------------------------------
+// --- forks ---------------------------------------------------------------------------------------
 
 TEST_F(Semaphore, AForkedChildDoesNotHoldWhatItsParentHolds) {
     In([] {
@@ -384,8 +382,7 @@ TEST_F(Semaphore, AChildForkedAmongThreadsWorks) {
     });
 }
 
-// --- death of the holder
-// -----------------------------------------------------------------------------------------
+// --- death of the holder -------------------------------------------------------------------------
 
 TEST_F(Semaphore, OneWhoseHolderWasKilledIsHadAtOnce) {
     SKIP_WITHOUT_DEATH_NOTICE();
@@ -584,8 +581,7 @@ TEST_F(Semaphore, KillsAtRandomMomentsAreRecoveredAndNameTheDead) {
     In([&] { EXPECT_EQ(StatusOf(kKey).recovered, static_cast<uint64_t>(recovered)); });
 }
 
-// --- other kinds of process
-// --------------------------------------------------------------------------------------
+// --- other kinds of process ----------------------------------------------------------------------
 
 class ForeignLocks : public Semaphore {
   protected:
@@ -679,8 +675,7 @@ TEST_F(ForeignLocks, ThatAreNoneAreRefused) {
     ExpectRefused("it holds no semaphores");
 }
 
-// --- cost
-// --------------------------------------------------------------------------------------------------------
+// --- cost ----------------------------------------------------------------------------------------
 
 TEST_F(Semaphore, NoSystemCallIsMadeWhenNobodyWaits) {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
@@ -709,8 +704,7 @@ TEST_F(Semaphore, NoSystemCallIsMadeWhenNobodyWaits) {
     });
 }
 
-// --- the lock of the custom disk slot file
-// -----------------------------------------------------------------------
+// --- the lock of the custom disk slot file -------------------------------------------------------
 
 class DiskLock : public PlatformTest {};
 

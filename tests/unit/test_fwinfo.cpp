@@ -159,8 +159,7 @@ class Firmware : public AccessorTest {
     char text_[256];
 };
 
-// --- blocks
-// ------------------------------------------------------------------------------------------------------
+// --- blocks --------------------------------------------------------------------------------------
 
 TEST_F(Firmware, EveryAccessorFollowsTheTemplate) {
     std::vector<uint8_t> bytes(10290);
@@ -246,8 +245,7 @@ TEST_F(Firmware, OfASupplysNumberTheLowByteCounts) {
     ExpectImage(expected);
 }
 
-// --- numbers
-// -----------------------------------------------------------------------------------------------------
+// --- numbers -------------------------------------------------------------------------------------
 
 TEST_F(Firmware, NumbersAreHandedOutWhereTheirFlagIsExactlyOne) {
     FillArea();
@@ -324,8 +322,7 @@ TEST_F(Firmware, ANumberWhoseBlockIsNotHadIsRefusedWithTheBlocksMessage) {
     }
 }
 
-// --- texts
-// -------------------------------------------------------------------------------------------------------
+// --- texts ---------------------------------------------------------------------------------------
 
 TEST_F(Firmware, EverySelectorFollowsItsFlagAtEveryLength) {
     const std::vector<int32_t> lengths = {1, 2, 64, 65, 200};
@@ -557,8 +554,7 @@ TEST_F(Firmware, CardZeroIsTheMainBoard) {
     recorder::ClearCalls();
 }
 
-// --- build times
-// -------------------------------------------------------------------------------------------------
+// --- build times ---------------------------------------------------------------------------------
 
 TEST_F(Firmware, TheBuildTimeAndDateOfAnImageNeedItsOutwardFlag) {
     char time[65];
@@ -668,8 +664,7 @@ TEST_F(Firmware, BuildTimesSayWhyTheyFail) {
     EXPECT_STREQ(date, "untouched");
 }
 
-// --- board names
-// -------------------------------------------------------------------------------------------------
+// --- board names ---------------------------------------------------------------------------------
 
 TEST_F(Firmware, BoardNamesFollowTheirFlagAtEveryLength) {
     FillArea();

@@ -278,8 +278,7 @@ TEST_F(Pem, ModesAreTwentyBytesEachAndTheirWholeFortyFour) {
     ExpectImage(expected);
 }
 
-// --- lists
-// -------------------------------------------------------------------------------------------------------
+// --- lists ---------------------------------------------------------------------------------------
 
 TEST_F(Pem, ListsHoldAsManyRecordsAsTheStoredCountSays) {
     for (const auto &row : kLists) {
@@ -351,8 +350,7 @@ TEST_F(Pem, ListsThatWouldLeaveTheSharedAreaAreRefused) {
     }
 }
 
-// --- alarm parts
-// -------------------------------------------------------------------------------------------------
+// --- alarm parts ---------------------------------------------------------------------------------
 
 TEST_F(Pem, AnAlarmPartIsFoundByItsKey) {
     FillArea();
@@ -394,8 +392,7 @@ TEST_F(Pem, TheSearchForAnAlarmPartRunsOnAndIsRefusedOutsideTheSharedArea) {
     EXPECT_EQ(memcmp(&part, recorder::Area() + At(Asset(last, 388)), 20), 0);
 }
 
-// --- identity
-// ----------------------------------------------------------------------------------------------------
+// --- identity ------------------------------------------------------------------------------------
 
 class PemIdentity : public Pem {
   protected:
@@ -602,8 +599,7 @@ TEST_F(PemIdentity, ARecordWhoseTextLiesOutsideTheSharedAreaIsRefused) {
     }
 }
 
-// --- presence
-// ----------------------------------------------------------------------------------------------------
+// --- presence ------------------------------------------------------------------------------------
 
 TEST_F(Pem, PresenceKeepsItsBooks) {
     FillArea();
@@ -696,8 +692,7 @@ TEST_F(Pem, PresenceOutsideTheSharedAreaIsRefused) {
     EXPECT_EQ(MW_GetPemPresentChCntByIndex(LastIndex(12, 4), &word), 0);
 }
 
-// --- parts of the asset record
-// -------------------------------------------------------------------------------------
+// --- parts of the asset record -------------------------------------------------------------------
 
 TEST_F(Pem, PartSettersWriteTheirBytesAndNeverTheHealth) {
     for (const auto &row : kPartSetters) {
@@ -793,8 +788,7 @@ TEST_F(Pem, PartsReadBackByTheNamesOfTheirFields) {
     EXPECT_STREQ(text, "model");
 }
 
-// --- mixed supplies and redundancy
-// -------------------------------------------------------------------------------
+// --- mixed supplies and redundancy ---------------------------------------------------------------
 
 TEST_F(Pem, MixedStatusMarksEveryCountedRecord) {
     InFreshProcess([&] {
@@ -884,8 +878,7 @@ TEST_F(Pem, ReportsThatFailAreNotCounted) {
     });
 }
 
-// --- clearing
-// ----------------------------------------------------------------------------------------------------
+// --- clearing ------------------------------------------------------------------------------------
 
 TEST_F(Pem, ClearingZeroesOneBlockAndNothingElse) {
     FillArea();
@@ -899,8 +892,7 @@ TEST_F(Pem, ClearingZeroesOneBlockAndNothingElse) {
     ExpectImage(before.Zeroed(At(16), 848));
 }
 
-// --- health
-// ------------------------------------------------------------------------------------------------------
+// --- health --------------------------------------------------------------------------------------
 
 // Each module's health is tested alike, elsewhere.
 TEST_F(Pem, TheTotalHealthIsTheEntireStatus) {
