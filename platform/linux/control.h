@@ -58,16 +58,16 @@ struct alignas(64) Slot {
     // written at once: the sum over them and the turn says that they belong together.
     std::atomic<uint32_t> seen_at[2];
     std::atomic<uint32_t> seen_sum;
+};
 
-    // The processes that lately tried to take it, by their number's low bits, at which turn, and whether they
-    // wait: one that dies between taking the mutex and storing its numbers is found here.
-    struct alignas(64) User {
-        std::atomic<uint32_t> pid;
-        std::atomic<uint32_t> turn;
-        std::atomic<uint32_t> waits;
-    };
-    static constexpr uint32_t kUsers = 16;
-    User users[kUsers];
+// One thread's. It says which semaphore the thread is about to take or to release, as long as the
+// semaphore's own numbers do not say it: who dies in between is found here.
+struct alignas(64) Seat {
+    std::atomic<uint32_t> tid;  // 0 when it is free; one that is gone has left it
+    std::atomic<uint32_t> pid;
+    std::atomic<uint32_t> wants;  // the semaphore's, see Wanting; 0 for none
+    std::atomic<uint32_t> turn;   // of that slot when the thread began
+    std::atomic<uint32_t> waits;  // 1 while it waits for it
 };
 
 struct Control {
@@ -83,11 +83,14 @@ struct Control {
     ControlHeader header;
     alignas(64) pthread_mutex_t creation;  // held while a hashed slot is given away
     Slot slots[kFirstHashed + kHashed];
+
+    static constexpr uint32_t kSeats = 256;
+    Seat seats[kSeats];
 };
 static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4);
 
 inline constexpr ControlHeader kHeader = {
-    {'M', 'I', 'D', 'W', 'L', 'O', 'C', 'K'}, 2, sizeof(void *), sizeof(pthread_mutex_t), sizeof(Control)};
+    {'M', 'I', 'D', 'W', 'L', 'O', 'C', 'K'}, 3, sizeof(void *), sizeof(pthread_mutex_t), sizeof(Control)};
 
 extern std::atomic<Control *> g_control;
 

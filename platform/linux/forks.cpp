@@ -34,7 +34,7 @@ void Register() { pthread_atfork(BeforeFork, AfterFork, InChild); }
 
 const Self &LearnSelf() {
     pthread_once(&g_once, Register);
-    t_self = {static_cast<uint32_t>(getpid()), static_cast<uint32_t>(gettid())};
+    t_self = {static_cast<uint32_t>(getpid()), static_cast<uint32_t>(gettid()), nullptr};
     return t_self;
 }
 

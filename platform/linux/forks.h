@@ -23,11 +23,14 @@ class Locked {
     Lock lock_;
 };
 
+struct Seat;
+
 // The calling thread's numbers. getpid and gettid are system calls: they are made once a thread, and again in
 // a child.
 struct Self {
     uint32_t pid;
     uint32_t tid;
+    Seat *seat;  // NULL until it takes its first semaphore, which sets the numbers too
 };
 
 extern constinit thread_local Self t_self;

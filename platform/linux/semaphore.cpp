@@ -33,16 +33,16 @@ constexpr auto kRelaxed = std::memory_order_relaxed;
 // One that only the holder of the lock writes.
 void Increment(std::atomic<uint32_t> &count) { count.store(count.load(kRelaxed) + 1, kRelaxed); }
 
-inline Slot::User &UserOf(Slot &slot, const Self &me) { return slot.users[me.pid % Slot::kUsers]; }
+// What `wants` is for the semaphore of a key, not 0 for any that is in use.
+constexpr uint32_t Wanting(uint32_t key) { return key + 2; }
+static_assert(Wanting(OAL_CUSTOM_DISK_LOCK_KEY) != 0);
 
-// Leaves this process's number where it is found should it die before it could store it as the holder's.
-inline void Enlist(Slot &slot, const Self &me) {
-    Slot::User &user = UserOf(slot, me);
-    user.turn.store(slot.turns.load(kRelaxed), kRelaxed);
-    if (user.pid.load(kRelaxed) != me.pid) [[unlikely]] {
-        user.waits.store(0, kRelaxed);
-        user.pid.store(me.pid, kRelaxed);
-    }
+// What a thread says in its seat is read when it is dead: it must have said it before it did it, and needs
+// no order beyond its own.
+inline void SetWanted(Seat &seat, uint32_t wants) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    seat.wants.store(wants, kRelaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 inline void Turn(Slot &slot, uint32_t turns) {
@@ -92,16 +92,18 @@ int64_t HeldFor(Slot &slot) {
 
 enum class Life { kGone, kZombie, kExiting, kAlive };
 
-// The kernel passes the locks of a process on while it is exiting.
-Life LifeOf(uint32_t pid) {
-    if (kill(static_cast<pid_t>(pid), 0) != 0) return errno == ESRCH ? Life::kGone : Life::kAlive;
+bool IsGone(uint32_t tid) { return kill(static_cast<pid_t>(tid), 0) != 0 && errno == ESRCH; }
+
+// The kernel passes the locks of a thread on while it is exiting.
+Life LifeOf(uint32_t tid) {
+    if (IsGone(tid)) return Life::kGone;
     char path[32];
-    snprintf(path, sizeof path, "/proc/%u/stat", pid);
+    snprintf(path, sizeof path, "/proc/%u/stat", tid);
     struct stat status;
     const Fd fd = OpenRegular(path, O_RDONLY, &status);
     char text[256] = "";
-    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0)
-        return errno == ENOENT || errno == ESRCH ? Life::kGone : Life::kAlive;  // it may go at any moment
+    if (!fd || read(fd.get(), text, sizeof text - 1) <= 0)  // it may go at any moment
+        return IsGone(tid) ? Life::kGone : Life::kAlive;
     const char *name_end = strrchr(text, ')');
     char state = 0;
     unsigned flags = 0;
@@ -113,40 +115,68 @@ Life LifeOf(uint32_t pid) {
                                          : Life::kAlive;
 }
 
+// For threads that find no seat. What it says of them is lost.
+Seat g_nowhere;
+
+// Takes one that was this thread's number's before, a free one, one of a thread that ended and wanted
+// nothing, or of any that ended.
+void TakeSeat(Control &control) {
+    const Self &me = Me();
+    enum Step { kOwn, kFree, kLeft, kLost, kSteps };
+    const int error = errno;
+    Seat *taken = &g_nowhere;
+    for (int step = kOwn; step < kSteps && taken == &g_nowhere; ++step) {
+        for (Seat &seat : control.seats) {
+            uint32_t tid = seat.tid.load(kRelaxed);
+            const bool fits = step == kOwn    ? tid == me.tid
+                              : step == kFree ? tid == 0
+                              : step == kLeft ? seat.wants.load(kRelaxed) == 0 && IsGone(tid)
+                                              : IsGone(tid);
+            if (!fits || !seat.tid.compare_exchange_strong(tid, me.tid, kRelaxed)) continue;
+            taken = &seat;
+            break;
+        }
+    }
+    taken->wants.store(0, kRelaxed);
+    taken->waits.store(0, kRelaxed);
+    taken->pid.store(me.pid, kRelaxed);
+    t_self.seat = taken;
+    errno = error;
+}
+
 // The dead process that most likely was about to become the holder, or just was it no more; 0 when there is
-// none. One that is exiting this moment comes first, then one that tried within the last few turns, one that
-// is still to be asked for by its parent, one that waited and may have tried long ago.
-uint32_t FindDeadUser(const Slot &slot) {
+// none. Others may have died while they wanted the slot. One that is exiting this moment comes first, then
+// one that tried within the last few turns, one that is still to be asked for by its parent, one that waited
+// and may have tried long ago.
+uint32_t FindDeadUser(const Control &control, const Slot &slot, uint32_t key) {
     using Rank = std::tuple<bool, bool, bool, bool, uint32_t>;
     uint32_t found = 0;
     Rank best;
-    const auto consider = [&](uint32_t pid, bool waits, uint32_t ago) {
-        const Life life = pid != 0 ? LifeOf(pid) : Life::kAlive;
-        if (life == Life::kAlive) return;
+    const uint32_t now = slot.turns.load(kRelaxed);
+    for (const Seat &seat : control.seats) {
+        if (seat.wants.load(kRelaxed) != Wanting(key)) continue;
+        const Life life = LifeOf(seat.tid.load(kRelaxed));
+        if (life == Life::kAlive) continue;
         constexpr uint32_t kFew = 3;
+        const bool waits = seat.waits.load(kRelaxed) != 0;
+        const uint32_t ago = now - seat.turn.load(kRelaxed);
         const Rank rank(life == Life::kExiting, !waits && ago <= kFew, life == Life::kZombie, waits,
                         UINT32_MAX - ago);
-        if (found != 0 && rank <= best) return;
-        found = pid;
+        if (found != 0 && rank <= best) continue;
+        found = seat.pid.load(kRelaxed);
         best = rank;
-    };
-    const uint32_t now = slot.turns.load(kRelaxed);
-    for (const Slot::User &user : slot.users) {
-        consider(user.pid.load(kRelaxed), user.waits.load(kRelaxed) != 0, now - user.turn.load(kRelaxed));
     }
-    consider(slot.pid.load(kRelaxed), false,
-             2);  // the last holder, whose place among the users another may have taken
     return found;
 }
 
 // Which process left the semaphore behind; 0 when that cannot be told. An odd count says that the stored
 // numbers are its own. An even one says that it ended within the few instructions between taking the mutex
 // and storing them, or between erasing them and the release.
-uint32_t FindLost(const Slot &slot) {
+uint32_t FindLost(const Control &control, const Slot &slot, uint32_t key) {
     if ((slot.turns.load(kRelaxed) & 1) != 0) return slot.pid.load(kRelaxed);
-    // One whose first thread has not noticed yet that it was killed does not look dead at once.
+    // Without a descriptor for /proc it does not look dead before it is gone.
     for (int tries = 0; tries < 10; ++tries) {
-        if (const uint32_t pid = FindDeadUser(slot)) return pid;
+        if (const uint32_t pid = FindDeadUser(control, slot, key)) return pid;
         constexpr timespec kPause = {0, 1000000};
         nanosleep(&kPause, nullptr);
     }
@@ -156,10 +186,12 @@ uint32_t FindLost(const Slot &slot) {
 // The mutex is held, and its last holder ended without releasing it.
 void Recover(Slot &slot, uint32_t key) {
     const int error = errno;
-    const uint32_t lost = FindLost(slot);
-    for (Slot::User &user : slot.users) {  // the dead of today are not to be taken for the dead of tomorrow
-        uint32_t pid = user.pid.load(kRelaxed);
-        if (pid != 0 && LifeOf(pid) != Life::kAlive) user.pid.compare_exchange_strong(pid, 0, kRelaxed);
+    Control &control = *MappedControl();
+    const uint32_t lost = FindLost(control, slot, key);
+    for (Seat &seat : control.seats) {  // the dead of today are not to be taken for the dead of tomorrow
+        uint32_t wants = Wanting(key);
+        if (seat.wants.load(kRelaxed) == wants && LifeOf(seat.tid.load(kRelaxed)) != Life::kAlive)
+            seat.wants.compare_exchange_strong(wants, 0, kRelaxed);
     }
     char name[32];
     snprintf(name, sizeof name, key == OAL_CUSTOM_DISK_LOCK_KEY ? "of the custom disk file" : "%u", key);
@@ -269,22 +301,25 @@ int Wait(Slot &slot, uint32_t timeout_ms, uint32_t &hungry) {
 
 // What follows a trylock that did not answer 0, or was not tried to let another one go first.
 __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint32_t timeout_ms, int answer) {
+    Seat &seat = *t_self.seat;
     const bool busy = answer == EBUSY;
     uint32_t hungry = 0;
-    std::atomic<uint32_t> &waits = UserOf(slot, Me()).waits;
     if (busy && timeout_ms == 0) answer = ETIMEDOUT;
     if (busy && timeout_ms > 0) {
-        waits.store(1, kRelaxed);
+        seat.waits.store(1, kRelaxed);
         HeldFor(slot);
         answer = Wait(slot, timeout_ms, hungry);
     }
     const bool taken = answer == 0 || answer == EOWNERDEAD;
     if (taken) {
+        seat.turn.store(slot.turns.load(kRelaxed), kRelaxed);
+        seat.waits.store(0, kRelaxed);
         if (answer == EOWNERDEAD) Recover(slot, key);
-        BecomeHolder(slot, Me());
+        BecomeHolder(slot, t_self);
         if (busy) Increment(slot.contended);
     }
-    waits.store(0, kRelaxed);
+    SetWanted(seat, 0);
+    seat.waits.store(0, kRelaxed);
     if (hungry != 0) BeSated(slot, hungry);  // not before the holder's numbers are stored
     if (taken) return 0;
     if (answer == ETIMEDOUT) slot.timed_out.fetch_add(1, kRelaxed);
@@ -292,25 +327,41 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
     return -1;
 }
 
+__attribute__((cold, noinline)) int32_t LockFirst(Slot &slot, uint32_t key, uint32_t timeout_ms);
+
 inline int32_t LockSlot(Slot &slot, uint32_t key, uint32_t timeout_ms) {
-    const Self &me = Me();
-    Enlist(slot, me);
+    const Self &me = t_self;
+    if (me.seat == nullptr) [[unlikely]]
+        return LockFirst(slot, key, timeout_ms);
+    Seat &seat = *me.seat;
+    seat.turn.store(slot.turns.load(kRelaxed), kRelaxed);
+    SetWanted(seat, Wanting(key));
     int answer = EBUSY;
     if (slot.hungry.load(kRelaxed) == 0 || timeout_ms == 0) [[likely]]
         answer = pthread_mutex_trylock(&slot.mutex);
     if (answer != 0) [[unlikely]]
         return LockBusy(slot, key, timeout_ms, answer);
     BecomeHolder(slot, me);
+    SetWanted(seat, 0);
     return 0;
 }
 
-inline int32_t UnlockSlot(Slot &slot) {
-    if (!IsHeldBy(slot, Me())) [[unlikely]] {
+int32_t LockFirst(Slot &slot, uint32_t key, uint32_t timeout_ms) {
+    TakeSeat(*MappedControl());
+    return LockSlot(slot, key, timeout_ms);
+}
+
+inline int32_t UnlockSlot(Slot &slot, uint32_t key) {
+    const Self &me = t_self;
+    if (!IsHeldBy(slot, me)) [[unlikely]] {
         errno = EPERM;
         return -1;
     }
+    Seat &seat = *me.seat;
+    SetWanted(seat, Wanting(key));
     Turn(slot, slot.turns.load(kRelaxed));
     const int error = pthread_mutex_unlock(&slot.mutex);
+    SetWanted(seat, 0);
     if (error == 0) [[likely]]
         return 0;
     errno = error;
@@ -359,7 +410,7 @@ int32_t OAL_SemLockByKey(uint32_t key, uint32_t timeout_ms) {
 
 int32_t OAL_SemUnLockByKey(uint32_t key, uint32_t) {
     Slot *slot = FindCreated(key);
-    return slot != nullptr ? UnlockSlot(*slot) : -1;
+    return slot != nullptr ? UnlockSlot(*slot, key) : -1;
 }
 
 int32_t hov_CustomPchDiskSemLock(void) {
@@ -369,7 +420,7 @@ int32_t hov_CustomPchDiskSemLock(void) {
 
 int32_t hov_CustomPchDiskSemUnLock(void) {
     Slot *slot = DiskSlot();
-    return slot != nullptr ? UnlockSlot(*slot) : -1;
+    return slot != nullptr ? UnlockSlot(*slot, OAL_CUSTOM_DISK_LOCK_KEY) : -1;
 }
 
 int32_t OAL_GetPath(const char *path, char *out, uint32_t size) {

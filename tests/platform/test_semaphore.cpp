@@ -629,7 +629,7 @@ TEST_F(ForeignLocks, OfAnotherLockTypeAreRefused) {
 
 TEST_F(ForeignLocks, OfAnotherVersionAreRefused) {
     Forge(8, 1);
-    ExpectRefused("its layout has version 1, this program's 2");
+    ExpectRefused("its layout has version 1, this program's 3");
 }
 
 TEST_F(ForeignLocks, TheirFormatIsToldBesideOurs) {
