@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdarg>
@@ -26,9 +28,7 @@ constexpr int kRotationTries = 50;  // a millisecond each
 
 using Milliseconds = std::chrono::sys_time<std::chrono::milliseconds>;
 
-Milliseconds Now() {
-    return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
-}
+Milliseconds Now() { return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now()); }
 
 void PutNumber(char *&at, int digits, unsigned number) {
     for (int i = digits - 1; i >= 0; --i, number /= 10) at[i] = static_cast<char>('0' + number % 10);
@@ -61,7 +61,7 @@ size_t Stamp(char (&line)[kLineSize], Milliseconds now) {
 }
 
 Fd OpenLog(const char *path, struct stat *status) {
-    constexpr int kFlags = O_WRONLY | O_APPEND;
+    constexpr int kFlags = O_RDWR | O_APPEND;
     for (int tries = 0; tries < 8; ++tries) {
         Fd fd = OpenRegular(path, kFlags, status);
         if (!fd && errno == ENOENT) {
@@ -158,6 +158,32 @@ class KeptLog {
 
 constinit KeptLog g_log;  // belongs to Lock::kJournal
 
+// Whether the last line has no end and is not getting one. The kernel writes page by page: one that is
+// killed, or finds no space, leaves the part before the end of a page. Who is still writing needs
+// microseconds.
+bool EndsInsideALine(int fd, struct stat &status) {
+    constexpr int kLooks = 3;  // a millisecond each
+    for (int looks = 0; status.st_size > 0; ++looks) {
+        char last;
+        if (pread(fd, &last, 1, status.st_size - 1) != 1 || last == '\n') return false;
+        if (looks == kLooks) return true;
+        constexpr timespec kPause = {0, 1000000};
+        nanosleep(&kPause, nullptr);
+        if (fstat(fd, &status) != 0) return false;
+    }
+    return false;
+}
+
+// In one piece, after the end of what another process left without one.
+ssize_t WriteLine(int fd, const char *line, size_t length, bool ends_another) {
+    if (!ends_another) return write(fd, line, length);
+    constexpr char kCut[] = "...\n";
+    constexpr size_t kCutLength = sizeof kCut - 1;
+    const iovec parts[] = {{const_cast<char *>(kCut), kCutLength}, {const_cast<char *>(line), length}};
+    const ssize_t done = writev(fd, parts, 2);
+    return done < 0 ? done : std::max<ssize_t>(done - static_cast<ssize_t>(kCutLength), 0);
+}
+
 bool Append(const char *path, const char *line, size_t length, Milliseconds now) {
     const Locked locked(Lock::kJournal);
     for (int tries = 0; tries < 8; ++tries) {
@@ -169,7 +195,7 @@ bool Append(const char *path, const char *line, size_t length, Milliseconds now)
             g_log.Close();
             continue;
         }
-        const ssize_t done = write(fd, line, length);
+        const ssize_t done = WriteLine(fd, line, length, EndsInsideALine(fd, status));
         if (done < 0 && errno == EINTR) continue;
         if (done != static_cast<ssize_t>(length)) {
             if (done >= 0) errno = ENOSPC;

@@ -115,6 +115,69 @@ TEST_F(Journal, SeveralProcessesLoseAndTearNothing) {
     }
 }
 
+// What a process that was killed leaves of a line gets an end of its own.
+TEST_F(Journal, ALineThatWasCutOffIsEndedByTheNext) {
+    const auto cut = [this] { WriteFile(Log(), ReadFile(Log()) + "2026-11-21T21:47:41.909Z begun"); };
+    In([&] {
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "first\n"), 0);
+        cut();
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "second\n"), 0);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "third\n"), 0);
+    });
+    cut();
+    In([] { EXPECT_EQ(OAL_Log2File(kLog, 1, "fourth\n"), 0); });
+    EXPECT_EQ(Texts(),
+              (std::vector<std::string>{"first", "begun...", "second", "third", "begun...", "fourth"}));
+}
+
+TEST_F(Journal, ProcessesKilledAtRandomLeaveLinesThatAreWholeOrCutOffVisibly) {
+    constexpr int kKills = 100;
+    const std::string filler(1900, 'x');
+    const Shared<std::atomic<int>> written;
+    std::vector<Process> writers;
+    const auto write_on = [&] {
+        while (OAL_Log2File(kLog, 1, "%s\n", filler.c_str()) == 0) ++*written;
+    };
+    for (int i = 0; i < 2; ++i) writers.emplace_back(setup(), write_on);
+    for (int i = 0; i < kKills; ++i) {
+        const int before = *written;
+        ASSERT_TRUE(Eventually([&] { return *written > before + 5; }));
+        writers[static_cast<size_t>(i % 2)] = Process(setup(), write_on);
+    }
+    writers.clear();
+    In([] { EXPECT_EQ(OAL_Log2File(kLog, 1, "last\n"), 0); });
+    const auto lines = LinesOf(ReadFile(Log()));
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(TextOf(lines.back()), "last");
+    for (const std::string &line : lines) {
+        const bool whole = line.size() == lines.back().size() - 4 + filler.size();
+        ASSERT_TRUE(whole || line.ends_with("...") || &line == &lines.back()) << line;
+    }
+}
+
+TEST_F(Journal, ALineThatFoundNoRoomIsReportedAndEndedByTheNext) {
+    In([] {
+        LimitFileSize(1000);
+        EXPECT_EQ(OAL_Log2File(kLog, 1, "%s\n", std::string(900, 'a').c_str()), 0);
+        EXPECT_LT(OAL_Log2File(kLog, 1, "%s\n", std::string(900, 'b').c_str()), 0);
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_LT(OAL_Log2File(kLog, 1, "c\n"), 0);
+        EXPECT_EQ(errno, EFBIG);
+    });
+    EXPECT_EQ(SizeOf(Log()), 1000);
+    In([] {
+        LimitFileSize(1004);
+        EXPECT_LT(OAL_Log2File(kLog, 1, "d\n"), 0);  // room for the end of the other one alone
+        EXPECT_EQ(errno, ENOSPC);
+    });
+    In([] { EXPECT_EQ(OAL_Log2File(kLog, 1, "e\n"), 0); });
+    const auto texts = Texts();
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_EQ(texts[0], std::string(900, 'a'));
+    EXPECT_EQ(texts[1], std::string(1000 - 25 - 901 - 25, 'b') + "...");
+    EXPECT_EQ(texts[2], "e");
+}
+
 // A log that was moved is looked for in its place again after a millisecond at most.
 void WaitForALook() { std::this_thread::sleep_for(std::chrono::milliseconds(3)); }
 
@@ -248,7 +311,7 @@ TEST_F(Journal, OtherThingsInItsPlaceAreNotWrittenTo) {
     ASSERT_EQ(rmdir(Log().c_str()), 0);
 
     ASSERT_EQ(mkfifo(Log().c_str(), 0600), 0);
-    In(fails(ENXIO));  // nobody reads it
+    In(fails(EINVAL));  // nobody reads it
     const int reader = open(Log().c_str(), O_RDONLY | O_NONBLOCK);
     In(fails(EINVAL));
     close(reader);

@@ -295,8 +295,15 @@ TEST_F(DiskSlots, ProcessesKilledAtRandomLeaveTheFileWholeAndLoseNoReportedSetti
     for (const std::string file : {"customdiskslot.log.1", "customdiskslot.log"}) {
         static const std::regex line_of_journal(
             R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \[Line:\d+ Func:.*)");
-        for (const std::string &line : LinesOf(ReadFile(root_ / ("data/log/" + file)))) {
-            ASSERT_TRUE(std::regex_match(line, line_of_journal)) << line;
+        const std::string text = ReadFile(root_ / ("data/log/" + file));
+        size_t begin = 0;
+        for (const std::string &line : LinesOf(text)) {
+            // One of a killed process may end where a page does.
+            const size_t end = begin + line.size();
+            const bool ended = line.ends_with("...");
+            const bool cut = (ended || end == text.size()) && (end - (ended ? 3 : 0)) % 4096 == 0;
+            ASSERT_TRUE(cut || std::regex_match(line, line_of_journal)) << line;
+            begin = end + 1;
         }
     }
 }
