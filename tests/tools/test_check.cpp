@@ -125,7 +125,7 @@ TEST_F(Check, FindsSemaphoresOfAnotherKind) {
     const auto restore = [&] { Run("cat kept > dev/shm/midware-locks"); };
     forge(8, "\\001");
     ExpectOneFinding("semaphores", locks,
-                     "its layout has version 1, this program's 2: made by another release", anew);
+                     "its layout has version 1, this program's 3: made by another release", anew);
     restore();
     forge(12, sizeof(void *) == 8 ? "\\004" : "\\010");
     const std::string bits = std::to_string(sizeof(void *) * 8);
