@@ -60,8 +60,8 @@ struct alignas(64) Slot {
     std::atomic<uint32_t> seen_sum;
 };
 
-// One thread's. It says which semaphore the thread is about to take or to release, as long as the
-// semaphore's own numbers do not say it: who dies in between is found here.
+// One thread's. It says which semaphore the thread is about to take, and goes on to say it until that is
+// released: who dies while the semaphore's own numbers do not tell the holder is found here.
 struct alignas(64) Seat {
     std::atomic<uint32_t> tid;  // 0 when it is free; one that is gone has left it
     std::atomic<uint32_t> pid;

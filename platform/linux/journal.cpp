@@ -137,7 +137,12 @@ class KeptLog {
         struct stat status;
         if (fd_ > 0 && fstat(fd_, &status) == 0 && IsSame(status, status_)) close(fd_);
         fd_ = 0;
+        end_ = 0;
     }
+
+    // Where the file ends after the line that this process wrote last, unless others wrote meanwhile.
+    off_t end() const { return end_; }
+    void set_end(off_t end) { end_ = end; }
 
   private:
     bool IsStillHere(const char *path, Milliseconds now, struct stat *status) {
@@ -151,6 +156,7 @@ class KeptLog {
     }
 
     int fd_ = 0;  // 0: none
+    off_t end_ = 0;
     Path path_ = {};
     struct stat status_ = {};
     Milliseconds looked_;
@@ -195,12 +201,14 @@ bool Append(const char *path, const char *line, size_t length, Milliseconds now)
             g_log.Close();
             continue;
         }
-        const ssize_t done = WriteLine(fd, line, length, EndsInsideALine(fd, status));
+        const bool cut = status.st_size != g_log.end() && EndsInsideALine(fd, status);
+        const ssize_t done = WriteLine(fd, line, length, cut);
         if (done < 0 && errno == EINTR) continue;
         if (done != static_cast<ssize_t>(length)) {
             if (done >= 0) errno = ENOSPC;
             return false;
         }
+        g_log.set_end(cut ? 0 : status.st_size + done);
         // A process that slept meanwhile may have written to a file that is gone; nobody fills one
         // in a millisecond.
         if (Now() == now || fstat(fd, &status) != 0 || status.st_nlink > 0) return true;

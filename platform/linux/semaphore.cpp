@@ -318,7 +318,7 @@ __attribute__((cold, noinline)) int32_t LockBusy(Slot &slot, uint32_t key, uint3
         BecomeHolder(slot, t_self);
         if (busy) Increment(slot.contended);
     }
-    SetWanted(seat, 0);
+    if (!taken) SetWanted(seat, 0);
     seat.waits.store(0, kRelaxed);
     if (hungry != 0) BeSated(slot, hungry);  // not before the holder's numbers are stored
     if (taken) return 0;
@@ -342,7 +342,6 @@ inline int32_t LockSlot(Slot &slot, uint32_t key, uint32_t timeout_ms) {
     if (answer != 0) [[unlikely]]
         return LockBusy(slot, key, timeout_ms, answer);
     BecomeHolder(slot, me);
-    SetWanted(seat, 0);
     return 0;
 }
 
@@ -358,7 +357,8 @@ inline int32_t UnlockSlot(Slot &slot, uint32_t key) {
         return -1;
     }
     Seat &seat = *me.seat;
-    SetWanted(seat, Wanting(key));
+    if (seat.wants.load(kRelaxed) != Wanting(key)) [[unlikely]]  // it took another one meanwhile
+        SetWanted(seat, Wanting(key));
     Turn(slot, slot.turns.load(kRelaxed));
     const int error = pthread_mutex_unlock(&slot.mutex);
     SetWanted(seat, 0);

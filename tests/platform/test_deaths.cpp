@@ -226,6 +226,20 @@ TEST_P(DeathsAt, HaveTheirNameWhileAnotherSemaphoreIsHeld) {
     In([] { TakeAndRelease(kOther); });
 }
 
+TEST_F(Deaths, InTheReleaseOfAnOuterSemaphoreHaveTheirName) {
+    ExpectTheName([&] {
+        const Shared<std::atomic<bool>> there;
+        Process process(setup(), [&] {
+            EXPECT_EQ(OAL_SemLockByKey(kKey, 500), 0);
+            TakeAndRelease(kOther);
+            t_stop = {Moment::kBeforeTheRelease, &*there, false};
+            OAL_SemUnLockByKey(kKey, 0);
+        });
+        EXPECT_TRUE(Eventually([&] { return there->load(); }));
+        return process;
+    });
+}
+
 TEST_F(Deaths, AfterAWaitHaveTheirName) {
     ExpectTheName([&] {
         const Shared<std::atomic<bool>> held;
