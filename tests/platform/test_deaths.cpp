@@ -27,35 +27,47 @@ void At(Moment moment) {
     Forever();
 }
 
+// The C library's own. They are looked up before there are threads: a child forked while one of them did it
+// would wait for that one forever.
 template <class Function>
-Function *Real(Function *, const char *name) {
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+void LookUp(Function *&real, const char *name) {
+    if (real == nullptr) real = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-}  // namespace
+decltype(&pthread_mutex_trylock) g_trylock;
+decltype(&pthread_mutex_clocklock) g_clocklock;
+decltype(&pthread_mutex_unlock) g_unlock;
 
-#define REAL(function) static auto *const real = Real(&function, #function)
+void LookUpAll() {
+    LookUp(g_trylock, "pthread_mutex_trylock");
+    LookUp(g_clocklock, "pthread_mutex_clocklock");
+    LookUp(g_unlock, "pthread_mutex_unlock");
+}
+
+__attribute__((constructor)) void BeforeMain() { LookUpAll(); }
+
+}  // namespace
 
 extern "C" {
 
 int pthread_mutex_trylock(pthread_mutex_t *mutex) noexcept {
-    REAL(pthread_mutex_trylock);
-    const int answer = real(mutex);
+    if (g_trylock == nullptr) LookUpAll();
+    const int answer = g_trylock(mutex);
     if (answer == 0) At(Moment::kTaken);
     return answer;
 }
 
 int pthread_mutex_clocklock(pthread_mutex_t *mutex, clockid_t clock, const timespec *until) noexcept {
-    REAL(pthread_mutex_clocklock);
-    const int answer = real(mutex, clock, until);
+    if (g_clocklock == nullptr) LookUpAll();
+    const int answer = g_clocklock(mutex, clock, until);
     if (answer == 0) At(Moment::kTakenAfterAWait);
     return answer;
 }
 
 int pthread_mutex_unlock(pthread_mutex_t *mutex) noexcept {
-    REAL(pthread_mutex_unlock);
+    if (g_unlock == nullptr) LookUpAll();
     At(Moment::kBeforeTheRelease);
-    return real(mutex);
+    return g_unlock(mutex);
 }
 
 }  // extern "C"
