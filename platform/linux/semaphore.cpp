@@ -33,7 +33,7 @@ constexpr auto kRelaxed = std::memory_order_relaxed;
 // One that only the holder of the lock writes.
 void Increment(std::atomic<uint32_t> &count) { count.store(count.load(kRelaxed) + 1, kRelaxed); }
 
-// What `wants` is for the semaphore of a key, not 0 for any that is in use.
+// What `wants` is for the semaphore of a key: not 0 for any of the library's, nor for the disk slot file's.
 constexpr uint32_t Wanting(uint32_t key) { return key + 2; }
 static_assert(Wanting(OAL_CUSTOM_DISK_LOCK_KEY) != 0);
 
