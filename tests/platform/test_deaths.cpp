@@ -103,12 +103,15 @@ class Deaths : public PlatformTest {
         });
     }
 
-    // A process that stands still at this moment.
-    Process Stopped(Moment moment) {
+    // A process that stands still where `body` takes it.
+    Process Stopped(const std::function<void(std::atomic<bool> &there)> &body) {
         const Shared<std::atomic<bool>> there;
-        Process process(setup(), [&] { StopAt(moment, *there); });
+        Process process(setup(), [&] { body(*there); });
         EXPECT_TRUE(Eventually([&] { return there->load(); }));
         return process;
+    }
+    Process Stopped(Moment moment) {
+        return Stopped([moment](std::atomic<bool> &there) { StopAt(moment, there); });
     }
 
     // A process that has done `body` and does nothing more.
@@ -224,31 +227,25 @@ TEST_P(DeathsAt, OfAForkedChildIsNotItsParents) {
 
 TEST_P(DeathsAt, HaveTheirNameWhileAnotherSemaphoreIsHeld) {
     ExpectTheName([&] {
-        const Shared<std::atomic<bool>> there;
-        Process process(setup(), [&] {
+        return Stopped([](std::atomic<bool> &there) {
             TakeAndRelease(kKey);
             EXPECT_EQ(OAL_SemLockByKey(kOther, 500), 0);
-            t_stop = {GetParam(), &*there, false};
+            t_stop = {GetParam(), &there, false};
             OAL_SemLockByKey(kKey, 500);
             OAL_SemUnLockByKey(kKey, 0);
         });
-        EXPECT_TRUE(Eventually([&] { return there->load(); }));
-        return process;
     });
     In([] { TakeAndRelease(kOther); });
 }
 
 TEST_F(Deaths, InTheReleaseOfAnOuterSemaphoreHaveTheirName) {
     ExpectTheName([&] {
-        const Shared<std::atomic<bool>> there;
-        Process process(setup(), [&] {
+        return Stopped([](std::atomic<bool> &there) {
             EXPECT_EQ(OAL_SemLockByKey(kKey, 500), 0);
             TakeAndRelease(kOther);
-            t_stop = {Moment::kBeforeTheRelease, &*there, false};
+            t_stop = {Moment::kBeforeTheRelease, &there, false};
             OAL_SemUnLockByKey(kKey, 0);
         });
-        EXPECT_TRUE(Eventually([&] { return there->load(); }));
-        return process;
     });
 }
 
@@ -282,7 +279,6 @@ TEST_F(Deaths, HaveTheirNameAfterMoreThreadsThanThereAreSeats) {
 }
 
 TEST_F(Deaths, HaveNoNameBetweenTheInstructionsWhenAllSeatsAreTaken) {
-    const Shared<std::atomic<bool>> end;
     Process crowd = Done([&] {
         std::atomic<int> seated{0};
         for (int i = 0; i < kSeats; ++i) {
